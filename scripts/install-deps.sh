@@ -1,0 +1,45 @@
+#!/usr/bin/env bash
+# Installs every Debian package the project builds, tests and runs with.
+# Safe to run again: packages already present are left alone, and apt is
+# only asked when something is missing.
+set -euo pipefail
+
+packages=(
+  # build and tests
+  cmake ninja-build g++ googletest libgtest-dev libgmock-dev libbenchmark-dev
+  # HTTP client, URL parsing, the transfer tool used at run time
+  libcurl4-openssl-dev curl
+  # desktop proxy settings (GSettings)
+  libglib2.0-dev
+  # property lists
+  libplist-dev
+  # the alert panel
+  qt6-base-dev
+  # loopback test servers
+  libcpp-httplib-dev libssl-dev openssl
+  # the one test that runs the panel under a real X server
+  xvfb xauth fonts-dejavu-core
+  # fuzzing
+  clang libclang-rt-14-dev
+)
+
+missing=()
+for p in "${packages[@]}"; do
+  if ! dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'install ok installed'; then
+    missing+=("$p")
+  fi
+done
+
+if [ ${#missing[@]} -eq 0 ]; then
+  exit 0
+fi
+
+sudo=""
+if [ "$(id -u)" -ne 0 ]; then
+  sudo="sudo"
+fi
+
+echo "installing: ${missing[*]}"
+export DEBIAN_FRONTEND=noninteractive
+$sudo apt-get update -qq
+$sudo apt-get install -y -qq --no-install-recommends "${missing[@]}"

@@ -1,0 +1,18 @@
+#!/usr/bin/env bash
+# Installs what is missing, then builds and runs the whole test suite twice
+# (optimised, and under AddressSanitizer + UndefinedBehaviorSanitizer), and
+# builds and briefly runs the fuzz targets. Fails on the first failure.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+bash scripts/install-deps.sh
+
+for preset in default asan; do
+    echo "== build and test: $preset"
+    cmake --preset "$preset" >/dev/null
+    cmake --build --preset "$preset"
+    ctest --preset "$preset" -j "$(nproc)"
+done
+
+echo "== fuzz targets"
+bash scripts/fuzz.sh

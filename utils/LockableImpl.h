@@ -1,0 +1,32 @@
+// The lock of the support library: an interface and its recursive
+// implementation. Each transport object holds one; the thread that holds it
+// may lock it again and must unlock it as often as it locked it.
+#pragma once
+
+#include <mutex>
+
+// A lock that can be taken and released.
+class ILockable {
+public:
+    virtual ~ILockable() = default;
+
+    // Blocks until the lock is held by the calling thread.
+    virtual void Lock() = 0;
+
+    // Releases one hold of the lock.
+    virtual void Unlock() = 0;
+};
+
+// A recursive lock: nested `Lock` calls on one thread need as many `Unlock`s.
+class LockableImpl : public ILockable {
+public:
+    LockableImpl() = default;
+    LockableImpl(const LockableImpl&) = delete;
+    LockableImpl& operator=(const LockableImpl&) = delete;
+
+    void Lock() override;
+    void Unlock() override;
+
+private:
+    std::recursive_mutex m_lock;
+};

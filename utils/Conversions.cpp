@@ -1,6 +1,7 @@
 #include "utils/Conversions.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -52,27 +53,79 @@ std::size_t DecodeOne(const unsigned char* s, std::size_t n, std::size_t i, wcha
     return 1;
 }
 
-// Appends the UTF-8 form of `v` at `out`; returns the number of bytes written.
-std::size_t EncodeOne(wchar_t v, char* out) {
-    if (v <= 0x7F) {
-        // Negative elements land here too and keep only their low seven bits.
-        out[0] = static_cast<char>(v & 0x7F);
-        return 1;
+// Sequence length by lead byte: 0xF0 and above four, 0xE0 three, 0xC0 two,
+// everything else (continuation bytes included) one.
+constexpr std::array<unsigned char, 256> kSequenceLength = [] {
+    std::array<unsigned char, 256> lengths{};
+    for (int b = 0; b < 256; ++b) {
+        lengths[b] = static_cast<unsigned char>(1 + (b >= 0xC0) + (b >= 0xE0) + (b >= 0xF0));
     }
-    const auto u = static_cast<std::uint32_t>(v);
-    if (u <= 0x7FF) {
-        out[0] = static_cast<char>(0xC0 | (u >> 6));
-        out[1] = static_cast<char>(0x80 | (u & 0x3F));
-        return 2;
-    }
-    if (u <= 0xFFFF) {
-        out[0] = static_cast<char>(0xE0 | (u >> 12));
-        out[1] = static_cast<char>(0x80 | ((u >> 6) & 0x3F));
-        out[2] = static_cast<char>(0x80 | (u & 0x3F));
-        return 3;
-    }
-    return 0; // no four-byte sequences: the element is dropped
+    return lengths;
+}();
+
+// Decodes the sequence at `p` when four bytes are readable there, without
+// branching on the sequence's kind: mixed text defeats branch prediction.
+std::size_t DecodeOneWithinBounds(const unsigned char* p, wchar_t* value) {
+    const unsigned b0 = p[0];
+    const unsigned c1 = p[1] & 0x3Fu;
+    const unsigned c2 = p[2] & 0x3Fu;
+    const unsigned c3 = p[3] & 0x3Fu;
+    const unsigned values[4] = {
+        b0 & 0x7Fu,
+        ((b0 & 0x1Fu) << 6) | c1,
+        ((b0 & 0x0Fu) << 12) | (c1 << 6) | c2,
+        ((b0 & 0x07u) << 18) | (c1 << 12) | (c2 << 6) | c3,
+    };
+    const std::size_t length = kSequenceLength[b0];
+    *value = static_cast<wchar_t>(values[length - 1]);
+    return length;
 }
+
+// Writes the UTF-8 form of `v` at `out`, which has room for three bytes, and
+// returns how many of them count. Branch-free for the same reason as above.
+std::size_t EncodeOne(wchar_t v, char* out) {
+    const auto u = static_cast<std::uint32_t>(v);
+    const std::uint32_t one = u & 0x7F; // negative elements keep their low seven bits
+    const std::uint32_t two = (0xC0 | (u >> 6)) | ((0x80 | (u & 0x3F)) << 8);
+    const std::uint32_t three = ((0xE0 | (u >> 12)) & 0xFF) | ((0x80 | ((u >> 6) & 0x3F)) << 8) |
+                                ((0x80 | (u & 0x3F)) << 16);
+    const std::size_t multi = (v > 0x7F) + (v > 0x7FF);
+    const std::uint32_t forms[3] = {one, two, three};
+    const std::uint32_t bytes = forms[multi];
+    const std::size_t length = v > 0xFFFF ? 0 : multi + 1; // no four-byte forms
+    out[0] = static_cast<char>(bytes);
+    out[1] = static_cast<char>(bytes >> 8);
+    out[2] = static_cast<char>(bytes >> 16);
+    return length;
+}
+
+// Collects elements in a small buffer that stays in cache and appends them
+// to the result in blocks, so that a large result is written once instead of
+// being zero-filled first and written again.
+class ChunkedAppender {
+public:
+    explicit ChunkedAppender(fn::fn_wstring& out) : out_(out) {}
+
+    // A place for at least `count` (at most kSize) more elements.
+    wchar_t* Reserve(std::size_t count) {
+        if (used_ + count > kSize) {
+            Flush();
+        }
+        return buffer_ + used_;
+    }
+    void Commit(std::size_t count) { used_ += count; }
+    void Flush() {
+        out_.append(buffer_, used_);
+        used_ = 0;
+    }
+
+    static constexpr std::size_t kSize = 1024;
+
+private:
+    fn::fn_wstring& out_;
+    wchar_t buffer_[kSize];
+    std::size_t used_ = 0;
+};
 
 std::string FormatNumber(const char* format, long value) {
     char buffer[1024];
@@ -83,12 +136,19 @@ std::string FormatNumber(const char* format, long value) {
 } // namespace
 
 fn::fn_wstring string2wstring(const std::string& text) {
-    fn::fn_wstring out(text.size(), L'\0');
+    fn::fn_wstring out;
+    out.reserve(text.size());
+    ChunkedAppender sink(out);
     const auto* in = reinterpret_cast<const signed char*>(text.data());
-    wchar_t* dst = out.data();
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        dst[i] = in[i]; // sign extension of bytes 0x80-0xFF is deliberate
+    for (std::size_t i = 0; i < text.size(); i += ChunkedAppender::kSize) {
+        const std::size_t count = std::min(ChunkedAppender::kSize, text.size() - i);
+        wchar_t* dst = sink.Reserve(count);
+        for (std::size_t k = 0; k < count; ++k) {
+            dst[k] = in[i + k]; // sign extension of bytes 0x80-0xFF is deliberate
+        }
+        sink.Commit(count);
     }
+    sink.Flush();
     return out;
 }
 
@@ -136,28 +196,49 @@ std::string wstring2utf8(const fn::fn_wstring& text) {
 fn::fn_wstring utf8towstring(const std::string& text) {
     const std::size_t n = text.size();
     const auto* s = reinterpret_cast<const unsigned char*>(text.data());
-    fn::fn_wstring out(n, L'\0'); // never more elements than bytes
-    wchar_t* dst = out.data();
-    std::size_t o = 0;
+    fn::fn_wstring out;
+    out.reserve(n); // never more elements than bytes
+    ChunkedAppender sink(out);
     std::size_t i = 0;
-    while (i < n) {
-        if (i + 8 <= n && IsPlainAsciiWord(s + i)) {
-            for (int k = 0; k < 8; ++k) {
-                dst[o + k] = s[i + k];
-            }
-            i += 8;
-            o += 8;
+    bool ended = false; // the result ends at the first decoded 0
+    // Bulk: ASCII eight bytes at a time; otherwise a burst of four sequences
+    // before looking for ASCII again, so mixed text does not pay for the
+    // look at every character.
+    while (!ended && i + 16 <= n) {
+        if (IsPlainAsciiWord(s + i)) {
+            constexpr std::size_t kRun = 256;
+            wchar_t* dst = sink.Reserve(kRun);
+            std::size_t k = 0;
+            do {
+                for (std::size_t j = 0; j < 8; ++j) {
+                    dst[k + j] = s[i + j];
+                }
+                k += 8;
+                i += 8;
+            } while (k < kRun && i + 16 <= n && IsPlainAsciiWord(s + i));
+            sink.Commit(k);
             continue;
         }
-        wchar_t value;
-        const std::size_t length = DecodeOne(s, n, i, &value);
-        if (value == 0) {
-            break; // the result ends at the first decoded 0
+        wchar_t* dst = sink.Reserve(4);
+        std::size_t produced = 0;
+        for (; produced < 4; ++produced) {
+            const std::size_t length = DecodeOneWithinBounds(s + i, &dst[produced]);
+            if (dst[produced] == 0) {
+                ended = true;
+                break;
+            }
+            i += length;
         }
-        dst[o++] = value;
-        i += length;
+        sink.Commit(produced);
     }
-    out.resize(o);
+    // Tail: one sequence at a time, reading bytes past the end as 0.
+    while (!ended && i < n) {
+        wchar_t* dst = sink.Reserve(1);
+        i += DecodeOne(s, n, i, dst);
+        ended = *dst == 0;
+        sink.Commit(ended ? 0 : 1);
+    }
+    sink.Flush();
     return out;
 }
 

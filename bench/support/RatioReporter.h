@@ -1,0 +1,82 @@
+// A console reporter that also prints, after the run, how each measured
+// function compares with its named baseline from the same run.
+//
+// Register pairs with `Compare(subject, baseline)` using the full benchmark
+// names; the closing table gives both times and baseline/subject (above 1
+// means the subject is faster).
+#pragma once
+
+#include <benchmark/benchmark.h>
+
+#include <cstdio>
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace benchsupport {
+
+class RatioReporter : public benchmark::ConsoleReporter {
+public:
+    void Compare(std::string subject, std::string baseline) {
+        pairs_.emplace_back(std::move(subject), std::move(baseline));
+    }
+
+    void ReportRuns(const std::vector<Run>& runs) override {
+        for (const Run& run : runs) {
+            if (run.run_type == Run::RT_Iteration && !run.error_occurred) {
+                seconds_[WithoutSuffix(run.benchmark_name())] =
+                    run.GetAdjustedRealTime() / benchmark::GetTimeUnitMultiplier(run.time_unit);
+            }
+        }
+        ConsoleReporter::ReportRuns(runs);
+    }
+
+    // Prints the comparison table; returns the number of pairs with a side missing.
+    int PrintRatios() const {
+        int missing = 0;
+        std::printf("\n%-52s %12s %12s %8s\n", "subject vs baseline", "subject", "baseline",
+                    "ratio");
+        for (const auto& [subject, baseline] : pairs_) {
+            const auto s = seconds_.find(subject);
+            const auto b = seconds_.find(baseline);
+            if (s == seconds_.end() || b == seconds_.end()) {
+                ++missing;
+                continue;
+            }
+            std::printf("%-52s %10.3fms %10.3fms %7.2fx\n",
+                        (subject + " vs " + Short(baseline)).c_str(), s->second * 1e3,
+                        b->second * 1e3, b->second / s->second);
+        }
+        return missing;
+    }
+
+private:
+    static std::string WithoutSuffix(std::string name) {
+        const std::string suffix = "/real_time";
+        if (name.size() > suffix.size() &&
+            name.compare(name.size() - suffix.size(), suffix.size(), suffix) == 0) {
+            name.resize(name.size() - suffix.size());
+        }
+        return name;
+    }
+
+    static std::string Short(const std::string& name) { return name.substr(0, name.find('/')); }
+
+    std::vector<std::pair<std::string, std::string>> pairs_;
+    std::map<std::string, double> seconds_;
+};
+
+// Runs the registered benchmarks with `reporter` and prints its table.
+inline int RunWithRatios(int argc, char** argv, RatioReporter& reporter) {
+    benchmark::Initialize(&argc, argv);
+    if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
+        return 1;
+    }
+    benchmark::RunSpecifiedBenchmarks(&reporter);
+    reporter.PrintRatios();
+    benchmark::Shutdown();
+    return 0;
+}
+
+} // namespace benchsupport

@@ -52,11 +52,13 @@ public:
     }
 
 private:
+    // The name as registered, without the options Google Benchmark appends.
     static std::string WithoutSuffix(std::string name) {
-        const std::string suffix = "/real_time";
-        if (name.size() > suffix.size() &&
-            name.compare(name.size() - suffix.size(), suffix.size(), suffix) == 0) {
-            name.resize(name.size() - suffix.size());
+        for (const char* option : {"/iterations:", "/min_time:", "/real_time"}) {
+            const std::size_t at = name.find(option);
+            if (at != std::string::npos) {
+                name.resize(at);
+            }
         }
         return name;
     }

@@ -1,0 +1,24 @@
+// Byte-exact substring search for the XML text utility (internal).
+#pragma once
+
+#include <cstring>
+#include <string>
+
+namespace xmlsearch {
+
+constexpr std::size_t kNotFound = std::string::npos;
+
+// The first occurrence of `key` in `text` at or after `from`; an empty key is
+// found at `from`. kNotFound when there is none.
+inline std::size_t Find(const std::string& text, const std::string& key, std::size_t from) {
+    if (from > text.size()) {
+        return kNotFound;
+    }
+    if (key.empty()) {
+        return from;
+    }
+    const void* hit = memmem(text.data() + from, text.size() - from, key.data(), key.size());
+    return hit == nullptr ? kNotFound : static_cast<const char*>(hit) - text.data();
+}
+
+} // namespace xmlsearch

@@ -88,27 +88,36 @@ bool HasAmpersand(const char* p) {
 
 // Decodes the reference at `p` (an "&") to `*out`; returns the bytes used.
 std::size_t DecodeEntityAt(const char* p, const char* end, char* out) {
-    struct Entity {
-        const char* name; // without the "&"
-        std::size_t length;
-        char byte;
-    };
-    // Decoded after &amp;, so an "&" that &amp; yields still starts one of these.
-    static const Entity kLater[] = {{"apos;", 5, '\''}, {"lt;", 3, '<'}, {"gt;", 3, '>'}};
+    // &quot; first, then &amp;, whose "&" may start &apos; &lt; or &gt; in
+    // turn, since those are decoded after it.
     if (KeyAt(p, end, "&quot;", 6)) {
         *out = '"';
         return 6;
     }
     const bool amp = KeyAt(p, end, "&amp;", 5);
     const char* name = amp ? p + 5 : p + 1;
-    for (const Entity& entity : kLater) {
-        if (KeyAt(name, end, entity.name, entity.length)) {
-            *out = entity.byte;
-            return (name - p) + entity.length;
+    const std::size_t used = name - p;
+    if (name < end) {
+        switch (*name) {
+        case 'a':
+            if (KeyAt(name, end, "apos;", 5)) {
+                *out = '\'';
+                return used + 5;
+            }
+            break;
+        case 'l':
+        case 'g':
+            if (KeyAt(name + 1, end, "t;", 2)) {
+                *out = *name == 'l' ? '<' : '>';
+                return used + 3;
+            }
+            break;
+        default:
+            break;
         }
     }
     *out = '&';
-    return amp ? 5 : 1;
+    return used;
 }
 
 } // namespace

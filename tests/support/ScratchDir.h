@@ -12,28 +12,23 @@
 
 namespace testsupport {
 
-// A new empty folder under /tmp, removed again with everything in it. The
+// A new empty folder under /tmp, removed with its contents afterwards. The
 // working directory is put back too, since several helpers move it.
 class ScratchDir {
 public:
-    ScratchDir() {
+    ScratchDir() : savedCwd_(std::filesystem::current_path()) {
         char pattern[] = "/tmp/quorvel-test-XXXXXX";
         path_ = mkdtemp(pattern);
-        savedCwd_ = std::filesystem::current_path().string();
     }
     ~ScratchDir() {
         std::error_code ignored;
         std::filesystem::current_path(savedCwd_, ignored);
         std::filesystem::remove_all(path_, ignored);
     }
-    ScratchDir(const ScratchDir&) = delete;
-    ScratchDir& operator=(const ScratchDir&) = delete;
-
     const std::string& path() const { return path_; }
     std::string operator/(const std::string& name) const { return path_ + "/" + name; }
 
-    // Writes `content` to `name` inside the folder (making its parents) and
-    // returns its path.
+    // Writes `content` to `name` inside the folder (making its parents).
     std::string Write(const std::string& name, const std::string& content) const {
         const std::string file = *this / name;
         std::filesystem::create_directories(std::filesystem::path(file).parent_path());
@@ -42,36 +37,29 @@ public:
     }
 
 private:
+    std::filesystem::path savedCwd_;
     std::string path_;
-    std::string savedCwd_;
 };
 
 // Sets (or with no value, unsets) one environment variable until destroyed.
 class ScopedEnv {
 public:
-    ScopedEnv(const char* name, std::optional<std::string> value) : name_(name) {
+    ScopedEnv(const char* name, const std::optional<std::string>& value) : name_(name) {
         if (const char* old = std::getenv(name)) {
             saved_ = old;
         }
         Apply(value);
     }
     ~ScopedEnv() { Apply(saved_); }
-    ScopedEnv(const ScopedEnv&) = delete;
-    ScopedEnv& operator=(const ScopedEnv&) = delete;
 
 private:
     void Apply(const std::optional<std::string>& value) {
-        if (value) {
-            setenv(name_.c_str(), value->c_str(), 1);
-        } else {
-            unsetenv(name_.c_str());
-        }
+        value ? setenv(name_.c_str(), value->c_str(), 1) : unsetenv(name_.c_str());
     }
     std::string name_;
     std::optional<std::string> saved_;
 };
 
-// Reads a whole file; empty when it cannot be read.
 inline std::string ReadFile(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
     return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());

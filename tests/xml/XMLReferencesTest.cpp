@@ -22,36 +22,24 @@ TEST(XMLReferences, DecodesAndEncodesAsDocumented) {
     const Convert both = &XMLUtility::ConvertStringReferenceToUTF8;
     const Convert encode = &XMLUtility::ConvertStringUTF8ToEntityReference;
     const Convert encodeAlias = &XMLUtility::ConvertStringUTF8ToReference;
+    // clang-format off
     const Case cases[] = {
-        {chars, "A&#66;C", true, "AC"}, // removed, not decoded
-        {chars, "&#x41;", true, ""},
-        {chars, "&#X41;z", true, "z"},
-        {chars, "a&#", true, "a&#"}, // nothing behind "&#"
-        {chars, "a&#b", true, "ab"}, // no ";": only "&#" is lost
-        {chars, "&#;x", true, "x"},
-        {chars, "x&#1;y&#2;z&#99999999999;", true, "xyz"},
-        {chars, "&#1;&", true, "&"},
-        {chars, "&amp;", true, "&amp;"},
-        {chars, "", false, ""},
-        {entities, "&amp;lt;", true, "<"}, // decoded twice, deliberately
-        {entities, "&amp;quot;", true, "&quot;"},
-        {entities, "&amp;apos;&amp;gt;", true, "'>"},
-        {entities, "&amp;amp;lt;", true, "&amp;lt;"},
-        {entities, "&quot;&apos;&lt;&gt;", true, "\"'<>"},
-        {entities, "&LT;&unknown; & &", true, "&LT;&unknown; & &"},
-        {entities, "&amp;&amp;lt;", true, "&<"},
-        {entities, "", false, ""},
-        {both, "&#38;lt;", true, "lt;"}, // numeric references go first
-        {both, "a&#10;&lt;&amp;#65;", true, "a<&#65;"},
-        {both, "&#65;", false, ""}, // nothing left for the entity step
-        {both, "", false, ""},
-        {encode, std::string("a<b & \n"), true, "a&lt;b &amp; &#10;"},
-        {encode, "\"'\r>&amp;", true, "&quot;&apos;&#13;&gt;&amp;amp;"},
-        {encode, "caf\xC3\xA9", true, "caf\xC3\xA9"},
-        {encode, "", false, ""},
-        {encodeAlias, "<x>", true, "&lt;x&gt;"},
-        {encodeAlias, "", false, ""},
+        {chars, "A&#66;C", true, "AC"} /* removed, not decoded */, {chars, "&#x41;", true, ""},
+        {chars, "&#X41;z", true, "z"},      {chars, "a&#", true, "a&#"} /* nothing behind "&#" */,
+        {chars, "a&#b", true, "ab"} /* no ";": only "&#" is lost */, {chars, "&#;x", true, "x"},
+        {chars, "x&#1;y&#2;z&#99999999999;", true, "xyz"}, {chars, "&#1;&", true, "&"},
+        {chars, "&amp;", true, "&amp;"},    {chars, "", false, ""},
+        {entities, "&amp;lt;", true, "<"} /* decoded twice, deliberately */, {entities, "&amp;quot;", true, "&quot;"},
+        {entities, "&amp;apos;&amp;gt;", true, "'>"}, {entities, "&amp;amp;lt;", true, "&amp;lt;"},
+        {entities, "&quot;&apos;&lt;&gt;", true, "\"'<>"}, {entities, "&LT;&unknown; & &", true, "&LT;&unknown; & &"},
+        {entities, "&amp;&amp;lt;", true, "&<"}, {entities, "", false, ""},
+        {both, "&#38;lt;", true, "lt;"} /* numeric references go first */, {both, "a&#10;&lt;&amp;#65;", true, "a<&#65;"},
+        {both, "&#65;", false, ""} /* nothing left for the entity step */, {both, "", false, ""},
+        {encode, "a<b & \n", true, "a&lt;b &amp; &#10;"}, {encode, "\"'\r>&amp;", true, "&quot;&apos;&#13;&gt;&amp;amp;"},
+        {encode, "caf\xC3\xA9", true, "caf\xC3\xA9"}, {encode, "", false, ""},
+        {encodeAlias, "<x>", true, "&lt;x&gt;"}, {encodeAlias, "", false, ""},
     };
+    // clang-format on
     for (const Case& c : cases) {
         XMLUtility xml;
         std::string result = "old";

@@ -7,12 +7,19 @@ cd "$(dirname "$0")/.."
 
 bash scripts/install-deps.sh
 
+passed=0
+log="$(mktemp)"
+trap 'rm -f "$log"' EXIT
 for preset in default asan; do
     echo "== build and test: $preset"
     cmake --preset "$preset" >/dev/null
     cmake --build --preset "$preset"
-    ctest --preset "$preset" -j "$(nproc)"
+    ctest --preset "$preset" -j "$(nproc)" | tee "$log"
+    count=$(sed -n 's/.*tests passed, 0 tests failed out of \([0-9]*\).*/\1/p' "$log")
+    passed=$((passed + ${count:-0}))
 done
 
 echo "== fuzz targets"
 bash scripts/fuzz.sh
+
+echo "tests: $passed passed, 0 failed"

@@ -164,30 +164,39 @@ std::string wstring2string(const fn::fn_wstring& text) {
 std::string wstring2utf8(const fn::fn_wstring& text) {
     const std::size_t n = text.size();
     const wchar_t* src = text.data();
-    // Sized for all-ASCII text; grown once to the worst case when it is not.
-    std::string out(n, '\0');
+    // Sized for all-ASCII text (with room for one step's worst case); grown
+    // once to the worst case for the rest when the text is not.
+    std::string out(n + 3 * 8, '\0');
     std::size_t o = 0;
     std::size_t i = 0;
-    while (i < n) {
-        if (i + 8 <= n && out.size() - o >= 8) {
-            std::uint32_t any = 0;
+    auto makeRoom = [&](std::size_t bytes) {
+        if (out.size() - o < bytes) {
+            out.resize(o + 3 * (n - i) + bytes);
+        }
+    };
+    // Eight elements a step: copied straight when all are ASCII, else
+    // encoded one by one without looking for ASCII again in between.
+    while (i + 8 <= n) {
+        makeRoom(3 * 8);
+        std::uint32_t any = 0;
+        for (int k = 0; k < 8; ++k) {
+            any |= static_cast<std::uint32_t>(src[i + k]);
+        }
+        if (any < 0x80) {
             for (int k = 0; k < 8; ++k) {
-                any |= static_cast<std::uint32_t>(src[i + k]);
+                out[o + k] = static_cast<char>(src[i + k]);
             }
-            if (any < 0x80) {
-                for (int k = 0; k < 8; ++k) {
-                    out[o + k] = static_cast<char>(src[i + k]);
-                }
-                i += 8;
-                o += 8;
-                continue;
+            o += 8;
+        } else {
+            for (int k = 0; k < 8; ++k) {
+                o += EncodeOne(src[i + k], &out[o]);
             }
         }
-        if (out.size() - o < 3) {
-            out.resize(o + 3 * (n - i));
-        }
+        i += 8;
+    }
+    for (; i < n; ++i) {
+        makeRoom(3);
         o += EncodeOne(src[i], &out[o]);
-        ++i;
     }
     out.resize(o);
     return out;
@@ -206,16 +215,18 @@ fn::fn_wstring utf8towstring(const std::string& text) {
     // look at every character.
     while (!ended && i + 16 <= n) {
         if (IsPlainAsciiWord(s + i)) {
-            constexpr std::size_t kRun = 256;
+            constexpr std::size_t kRun = ChunkedAppender::kSize / 2;
             wchar_t* dst = sink.Reserve(kRun);
             std::size_t k = 0;
             do {
-                for (std::size_t j = 0; j < 8; ++j) {
+                // Sixteen bytes a step while both words are plain, else eight.
+                const std::size_t step = i + 24 <= n && IsPlainAsciiWord(s + i + 8) ? 16 : 8;
+                for (std::size_t j = 0; j < step; ++j) {
                     dst[k + j] = s[i + j];
                 }
-                k += 8;
-                i += 8;
-            } while (k < kRun && i + 16 <= n && IsPlainAsciiWord(s + i));
+                k += step;
+                i += step;
+            } while (k + 16 <= kRun && i + 16 <= n && IsPlainAsciiWord(s + i));
             sink.Commit(k);
             continue;
         }

@@ -19,6 +19,14 @@ for preset in default asan; do
     passed=$((passed + ${count:-0}))
 done
 
+# The transport's tests once more under ThreadSanitizer.
+echo "== build and test: tsan (transport)"
+cmake --preset tsan >/dev/null
+cmake --build --preset tsan
+ctest --preset tsan -j "$(nproc)" | tee "$log"
+count=$(sed -n 's/.*tests passed, 0 tests failed out of \([0-9]*\).*/\1/p' "$log")
+passed=$((passed + ${count:-0}))
+
 echo "== fuzz targets"
 bash scripts/fuzz.sh
 

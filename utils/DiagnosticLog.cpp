@@ -1,13 +1,11 @@
 #include "utils/DiagnosticLog.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
 
 #include "utils/FileHelpers.h"
+#include "utils/SafeFile.h"
 
 namespace Utils {
 namespace {
@@ -17,16 +15,7 @@ constexpr std::size_t kWideMessageBufferSize = 1024;
 // Opens the log for appending, or returns null when its folder is missing.
 // A link planted in place of the file is refused rather than followed.
 std::FILE* OpenLog() {
-    const std::string path = GetLogFilename();
-    const int fd = open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600);
-    if (fd < 0) {
-        return nullptr;
-    }
-    std::FILE* file = fdopen(fd, "a");
-    if (file == nullptr) {
-        close(fd);
-    }
-    return file;
+    return OpenForWritingNoFollow(GetLogFilename(), true);
 }
 
 // asctime's 24-character UTC stamp; its line feed becomes a blank.

@@ -1,0 +1,64 @@
+// Posting a document: the checks, the mode choice and the URL-loading mode.
+#include "comm/CommunicationLibrary.h"
+
+#include "comm/MyUrlConnection.h"
+#include "comm/platform/Network.h"
+#include "utils/Conversions.h"
+#include "utils/DiagnosticLog.h"
+#include "utils/SystemInfo.h"
+
+namespace {
+
+// Systems up to 10.3.1 (packed 0x100301) post through the curl tool.
+constexpr unsigned long kLastCurlModeVersion = 1049345;
+
+} // namespace
+
+bool CommunicationLibrary::IsCurlMode() {
+    return Utils::getOsBuildNumber() <= kLastCurlModeVersion;
+}
+
+int CommunicationLibrary::PostDocument(const fn::fn_wstring& url, const fn::fn_wstring& document,
+                                       std::string& reply) {
+    if (url.size() < static_cast<std::size_t>(MIN_URL_LENGTH)) {
+        return PostUrlTooShort;
+    }
+    if (!IsOSXConnectionUp(url)) {
+        return PostNoConnection;
+    }
+    const std::string utf8Url = Utils::wstring2utf8(url);
+    const std::string utf8Document = Utils::wstring2utf8(document);
+    const int result = IsCurlMode() ? PostWithCurl(utf8Url, utf8Document, reply)
+                                    : PostWithUrlLoading(utf8Url, utf8Document, reply);
+    if (result == PostOk) {
+        Utils::LogMessage("Server response" + reply); // no separator, as the log has always read
+    }
+    return result;
+}
+
+int CommunicationLibrary::PostWithUrlLoading(const std::string& url, const std::string& document,
+                                             std::string& reply) {
+    UrlRequest request;
+    request.url = url;
+    request.timeoutInterval = DEFAULT_TIMEOUT;
+    request.headers = {{"Content-type", "text/xml"}, {"User-Agent", "Quorvel"}};
+    request.body = document;
+    // The system proxy applies here too, as it does for the curl tool.
+    if (const Network::UrlParts parts = Network::ParseUrl(url);
+        (parts.scheme == "http" || parts.scheme == "https") && IsProxyRequiredFor(url.c_str())) {
+        char host[150];
+        unsigned short port = 0;
+        const bool https = parts.scheme == "https";
+        if (https ? GetHTTPSProxySetting(host, sizeof host, &port)
+                  : GetHTTPProxySetting(host, sizeof host, &port)) {
+            request.proxy = std::string(host) + ":" + Utils::int2string(port);
+        }
+    }
+    const std::optional<std::string> data =
+        MyUrlConnection::sendMySynchronousRequest(request, TRANSFER_TIMEOUT);
+    if (!data || data->empty()) {
+        return PostTransferFailed; // reply left as it was
+    }
+    reply = data->c_str(); // up to the first zero byte
+    return PostOk;
+}

@@ -1,0 +1,80 @@
+// One HTTP transfer made synchronous for its caller.
+//
+// The transfer runs through libcurl on a worker thread of its own; its
+// completion reports back on that thread under `m_lock`, while the caller's
+// thread waits in slices of at most half a second for the end or for the
+// transfer timeout. Only status 200 counts as success. A connection object
+// lives for one transfer, and its worker never outlives it: destroying the
+// object cancels a transfer still under way and joins the worker.
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+// What to send: a POST of `body` to `url` with the given header lines.
+struct UrlRequest {
+    std::string url;
+    std::string method = "POST";
+    std::vector<std::pair<std::string, std::string>> headers;
+    std::string body;
+    double timeoutInterval = 60.0; // connection timeout, seconds
+    std::string proxy;             // "host:port", or empty for a direct connection
+};
+
+class MyUrlConnection {
+public:
+    // Sends `request` and waits for the reply: the bytes received on status
+    // 200 (possibly none), or nullopt on failure or after `transferTimeout`
+    // seconds.
+    static std::optional<std::string> sendMySynchronousRequest(const UrlRequest& request,
+                                                               int transferTimeout);
+
+    // A connection whose transfer may last `timeout` seconds (60 when less
+    // than 1).
+    explicit MyUrlConnection(int timeout);
+    ~MyUrlConnection();
+    MyUrlConnection(const MyUrlConnection&) = delete;
+    MyUrlConnection& operator=(const MyUrlConnection&) = delete;
+
+    // Starts the transfer timer and the transfer; false when the transfer
+    // could not be set up.
+    bool sendRequest(const UrlRequest& request);
+
+    // Waits until the transfer ends (its data, empty when none arrived) or
+    // the timer fires (nullopt). The timeout test comes first at every wake.
+    std::optional<std::string> wait();
+
+    // The transfer's end as the completion reports it.
+    void connectionDidFailWithError(const void* sender, const std::string* error);
+    void connectionDidReceiveData(const void* sender, const std::string& data);
+    void connectionDidFinishLoading(const void* sender);
+
+    // The timer's callback: marks the transfer as timed out.
+    void timeIsUp();
+
+    void setTransferDone(bool done);
+    bool isTransferDone();
+
+private:
+    struct Transfer;
+    void RunTransfer(Transfer* transfer); // the worker thread's body; owns `transfer`
+    void InvalidateTimer();
+
+    std::optional<std::string> m_data; // guarded by m_lock
+    bool m_bDone = false;              // guarded by m_lock
+    bool m_doCancel = false;           // the caller's thread only
+    int m_timeout;
+    std::thread m_urlTask;
+    std::atomic<bool> m_cancelTask{false}; // asks the worker to stop
+    std::chrono::steady_clock::time_point m_timer;
+    std::atomic<bool> m_timerValid{false};
+    std::mutex m_lock;
+    std::condition_variable m_wake;
+};

@@ -1,0 +1,145 @@
+// Reachability and the system proxy decision.
+#include <algorithm>
+#include <climits>
+#include <cstring>
+
+#include "comm/CommunicationLibrary.h"
+#include "comm/ProxyExceptions.h"
+#include "comm/platform/Network.h"
+#include "utils/Conversions.h"
+#include "utils/DiagnosticLog.h"
+
+#ifndef QUORVEL_REACHABILITY_URL
+#define QUORVEL_REACHABILITY_URL "http://www.quorvel.com/"
+#endif
+
+namespace {
+
+// A number readable as an int, or nullopt when absent, of another type or
+// out of range.
+std::optional<int> IntValue(const Network::ProxySettings& settings, const char* key) {
+    const auto found = settings.find(key);
+    if (found == settings.end()) {
+        return std::nullopt;
+    }
+    const long long* number = std::get_if<long long>(&found->second);
+    if (number == nullptr || *number < INT_MIN || *number > INT_MAX) {
+        return std::nullopt;
+    }
+    return static_cast<int>(*number);
+}
+
+bool EndsWith(const std::string& text, const std::string& tail) {
+    return text.size() >= tail.size() &&
+           text.compare(text.size() - tail.size(), tail.size(), tail) == 0;
+}
+
+} // namespace
+
+bool ProxyExceptions::Exempts(const std::vector<std::string>& exceptions,
+                              const Network::HostInfo& host) {
+    for (std::string entry : exceptions) {
+        if (!entry.empty() && entry.back() == '*') {
+            entry.pop_back();
+        }
+        if (!entry.empty() && host.address.compare(0, entry.size(), entry) == 0) {
+            return true;
+        }
+    }
+    for (const std::string& entry : exceptions) {
+        if (!EndsWith(host.name, entry)) {
+            continue;
+        }
+        if (host.name.size() == entry.size()) {
+            return true;
+        }
+        // Deliberate: "*.example.com" exempts nothing in this pass.
+        const std::string domain = entry.compare(0, 1, ".") == 0 ? entry : "." + entry;
+        if (EndsWith(host.name, domain)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+bool CommunicationLibrary::IsConnectionUp() {
+    return IsOSXConnectionUp(Utils::utf8towstring(QUORVEL_REACHABILITY_URL));
+}
+
+bool CommunicationLibrary::IsOSXConnectionUp(const fn::fn_wstring& url) {
+    const std::string host = Network::ParseUrl(Utils::wstring2utf8(url)).host;
+    const std::optional<int> flags = Network::ReachabilityFlagsFor(host);
+    const int mask = Network::Reachable | Network::ConnectionRequired;
+    return flags && (*flags & mask) == Network::Reachable;
+}
+
+bool CommunicationLibrary::IsProxyRequiredFor(const char* url) {
+    if (url == nullptr) {
+        return false;
+    }
+    const Network::UrlParts parts = Network::ParseUrl(url);
+    const Network::ProxySettings settings = Network::CopyProxies();
+    const char* enableKey = parts.scheme == "http"    ? "HTTPEnable"
+                            : parts.scheme == "https" ? "HTTPSEnable"
+                                                      : nullptr;
+    if (enableKey == nullptr) {
+        Utils::LogMessage(
+            fn::fn_wstring(L"Commlib, eronate url sheme, not HTTP or HTTPS")); // spelling kept
+        return false;
+    }
+    const std::optional<int> enabled = IntValue(settings, enableKey);
+    if (!enabled || *enabled == 0) {
+        return false;
+    }
+    const auto exceptions = settings.find("ExceptionsList");
+    if (exceptions == settings.end()) {
+        return true;
+    }
+    std::optional<Network::HostInfo> host = Network::HostByAddress(parts.host);
+    if (!host) {
+        host = Network::HostByName(parts.host);
+    }
+    const auto* list = std::get_if<std::vector<std::string>>(&exceptions->second);
+    // Deliberate: an unusable list or an unknown host means no proxy.
+    if (list == nullptr || !host) {
+        return false;
+    }
+    return !ProxyExceptions::Exempts(*list, *host);
+}
+
+bool CommunicationLibrary::GetHTTPSProxySetting(char* host, unsigned long size,
+                                                unsigned short* port) {
+    return GetProxySetting("HTTPSEnable", "HTTPSProxy", "HTTPSPort", host, size, port);
+}
+
+bool CommunicationLibrary::GetHTTPProxySetting(char* host, unsigned long size,
+                                               unsigned short* port) {
+    return GetProxySetting("HTTPEnable", "HTTPProxy", "HTTPPort", host, size, port);
+}
+
+bool CommunicationLibrary::GetProxySetting(const char* enableKey, const char* hostKey,
+                                           const char* portKey, char* host, unsigned long size,
+                                           unsigned short* port) {
+    const Network::ProxySettings settings = Network::CopyProxies();
+    const std::optional<int> enabled = IntValue(settings, enableKey);
+    const auto found = settings.find(hostKey);
+    const std::string* name =
+        found == settings.end() ? nullptr : std::get_if<std::string>(&found->second);
+    const bool ascii = name != nullptr && std::all_of(name->begin(), name->end(), [](char c) {
+                           return static_cast<unsigned char>(c) < 0x80;
+                       });
+    const std::optional<int> portNumber = IntValue(settings, portKey);
+    const bool fits = name != nullptr && host != nullptr && name->size() < size;
+    if (enabled && *enabled != 0 && ascii && fits && portNumber && port != nullptr) {
+        std::memcpy(host, name->c_str(), name->size() + 1);
+        *port = static_cast<unsigned short>(*portNumber); // its low 16 bits, as always
+        return true;
+    }
+    if (host != nullptr && size > 0) {
+        host[0] = '\0';
+    }
+    if (port != nullptr) {
+        *port = 0;
+    }
+    return false;
+}

@@ -1,0 +1,60 @@
+// The operating-system seam of the transport: URL parts, host lookup,
+// reachability and the system proxy settings. The transport's decisions are
+// made above this seam; here only the raw answers are found.
+#pragma once
+
+#include <map>
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+namespace Network {
+
+// The scheme exactly as written ("HTTP" stays "HTTP"), the host (user info
+// and IPv6 brackets removed) and the port text of a URL. Empty parts when
+// the URL has none.
+struct UrlParts {
+    std::string scheme;
+    std::string host;
+    std::string port;
+};
+UrlParts ParseUrl(const std::string& url);
+
+// Reachability flags, as the transport reads them.
+enum ReachabilityFlag : int { Reachable = 2, ConnectionRequired = 4 };
+
+// The flags for a host: Reachable when it resolves and a route to its first
+// address exists (a UDP socket connects; nothing is sent). ConnectionRequired
+// is never set here. Nullopt when the host cannot be looked up at all.
+std::optional<int> ReachabilityFlagsFor(const std::string& host);
+
+// A host as found: its first address as text and its name.
+struct HostInfo {
+    std::string address;
+    std::string name;
+};
+
+// A numeric host ("10.1.2.3", "::1") with its name from a reverse lookup
+// (the address text when there is none). Nullopt for anything else.
+std::optional<HostInfo> HostByAddress(const std::string& text);
+
+// A host name looked up forward: its first address and canonical name.
+std::optional<HostInfo> HostByName(const std::string& text);
+
+// One value of the proxy settings: a number, a string or a list of strings.
+// Keeping the types lets a value of the wrong type count as absent.
+using ProxyValue = std::variant<long long, std::string, std::vector<std::string>>;
+using ProxySettings = std::map<std::string, ProxyValue>;
+
+// Where the settings came from.
+enum class ProxySource { Desktop, Environment };
+
+// The system proxy settings under the keys HTTPEnable, HTTPProxy, HTTPPort,
+// HTTPSEnable, HTTPSProxy, HTTPSPort and ExceptionsList: from GNOME's
+// org.gnome.system.proxy when its mode is "manual", else from http_proxy,
+// https_proxy (or HTTPS_PROXY) and no_proxy (or NO_PROXY). Keys without a
+// value are left out.
+ProxySettings CopyProxies(ProxySource* source = nullptr);
+
+} // namespace Network

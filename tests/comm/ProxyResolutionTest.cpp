@@ -1,0 +1,206 @@
+#include <gio/gio.h>
+#include <gtest/gtest.h>
+
+#include <optional>
+
+#include "comm/CommunicationLibrary.h"
+#include "comm/platform/Network.h"
+#include "tests/support/ScratchDir.h"
+#include "utils/Conversions.h"
+
+namespace {
+
+using testsupport::ReadFile;
+using testsupport::ScopedEnv;
+using testsupport::ScratchDir;
+
+using Env = std::optional<std::string>;
+
+// The proxy variables of one case, all others unset.
+struct ProxyEnv {
+    ProxyEnv(Env http, Env https, Env noProxy)
+        : http_("http_proxy", http), https_("https_proxy", https),
+          httpsUpper_("HTTPS_PROXY", std::nullopt), httpUpper_("HTTP_PROXY", std::nullopt),
+          no_("no_proxy", noProxy), noUpper_("NO_PROXY", std::nullopt) {}
+    ScopedEnv http_, https_, httpsUpper_, httpUpper_, no_, noUpper_;
+};
+
+TEST(UrlParts, SchemeAsWrittenAndHostFromTheAuthority) {
+    struct Case {
+        const char *url, *scheme, *host, *port;
+    };
+    const Case cases[] = {
+        {"http://example.com/x", "http", "example.com", ""},
+        {"HTTP://user:pw@Example.COM:8080/x?y#z", "HTTP", "Example.COM", "8080"},
+        {"https://[::1]:443/", "https", "::1", "443"},
+        {"ftp://host", "ftp", "host", ""},
+        {"mailto:someone@example.com", "mailto", "", ""},
+        {"no scheme at all", "", "", ""},
+        {"://", "", "", ""},
+        {"http:///path", "http", "", ""},
+        {"", "", "", ""},
+    };
+    for (const Case& c : cases) {
+        const Network::UrlParts parts = Network::ParseUrl(c.url);
+        EXPECT_EQ(parts.scheme, c.scheme) << c.url;
+        EXPECT_EQ(parts.host, c.host) << c.url;
+        EXPECT_EQ(parts.port, c.port) << c.url;
+    }
+}
+
+TEST(Reachability, NeedsAResolvableHost) {
+    CommunicationLibrary comm;
+    EXPECT_TRUE(comm.IsOSXConnectionUp(Utils::utf8towstring("http://127.0.0.1:9/")));
+    EXPECT_TRUE(comm.IsOSXConnectionUp(Utils::utf8towstring("http://localhost/")));
+    EXPECT_FALSE(comm.IsOSXConnectionUp(Utils::utf8towstring("http://host.invalid/")));
+    EXPECT_FALSE(comm.IsOSXConnectionUp(Utils::utf8towstring("not a url")));
+    EXPECT_FALSE(comm.IsOSXConnectionUp(fn::fn_wstring()));
+}
+
+TEST(ProxyDecision, FollowsSchemeEnableAndExceptions) {
+    struct Case {
+        Env http, https, noProxy;
+        const char* url;
+        bool required;
+    };
+    const Env unset;
+    const Case cases[] = {
+        {"proxy:3128", unset, unset, "http://127.0.0.1/", true}, // no exceptions list: always
+        {"proxy:3128", unset, unset, "https://127.0.0.1/", false},
+        {unset, "proxy:3128", unset, "https://127.0.0.1/", true},
+        {"proxy:3128", "proxy:3128", unset, "HTTP://127.0.0.1/", false}, // case counts
+        {"proxy:3128", "proxy:3128", unset, "ftp://127.0.0.1/", false},
+        {"proxy:3128", unset, "10.0.0.1", "http://127.0.0.1/", true},
+        {"proxy:3128", unset, "127.0.*", "http://127.0.0.1/", false}, // address prefix, "*" dropped
+        {"proxy:3128", unset, "127.0.", "http://127.0.0.1/", false},
+        {"proxy:3128", unset, "*", "http://127.0.0.1/", true}, // a lone "*" matches nothing
+        {"proxy:3128", unset, "localhost", "http://localhost/", false}, // exact name
+        {"proxy:3128", unset, "calhost", "http://localhost/", true},    // no dot before it
+        {"proxy:3128", unset, ".localhost", "http://localhost/", true}, // only hosts below it
+        {"proxy:3128", unset, " other , localhost ", "http://localhost:80/", false},
+        {"proxy:3128", unset, "localhost", "http://host.invalid/", false}, // unknown host: no proxy
+        {"proxy:3128", unset, unset, "http://host.invalid/", true},
+    };
+    CommunicationLibrary comm;
+    for (const Case& c : cases) {
+        ProxyEnv env(c.http, c.https, c.noProxy);
+        EXPECT_EQ(comm.IsProxyRequiredFor(c.url), c.required)
+            << c.url << " no_proxy=" << c.noProxy.value_or("-");
+    }
+    EXPECT_FALSE(comm.IsProxyRequiredFor(nullptr));
+}
+
+TEST(ProxyDecision, LogsOtherSchemes) {
+    ScratchDir scratch;
+    ScopedEnv tmp("TMPDIR", scratch.path());
+    std::filesystem::create_directories(scratch / "TemporaryItems/quorvel-logs");
+    ProxyEnv env("proxy:1", std::nullopt, std::nullopt);
+    CommunicationLibrary().IsProxyRequiredFor("Http://example.com/");
+    EXPECT_NE(ReadFile(scratch / "TemporaryItems/quorvel-logs/log.txt")
+                  .find("Message: Commlib, eronate url sheme, not HTTP or HTTPS\n"),
+              std::string::npos);
+}
+
+TEST(ProxySettings, FillTheBufferOrLeaveItEmptyWithPortZero) {
+    struct Case {
+        Env http, https;
+        unsigned long size;
+        bool httpOk, httpsOk;
+        const char* host;
+        unsigned short port;
+    };
+    const Env unset;
+    const Case cases[] = {
+        {"http://user@proxy.example:3128/", unset, 150, true, false, "proxy.example", 3128},
+        {unset, "secure:8443", 150, false, true, "secure", 8443},
+        {"proxy:70000", unset, 150, true, false, "proxy", 70000 % 65536}, // low 16 bits
+        {"proxy", unset, 150, true, false, "proxy", 1080},                // curl's default port
+        {"proxy:3128", unset, 6, true, false, "proxy", 3128},             // just fits
+        {"proxy:3128", unset, 5, false, false, "", 0},                    // does not fit
+        {"pr\xC3\xB6xy:3128", unset, 150, false, false, "", 0},           // not ASCII
+        {"proxy:99999999999", unset, 150, true, false, "proxy", 1080},    // not a port: default
+        {unset, unset, 150, false, false, "", 0},
+    };
+    CommunicationLibrary comm;
+    for (const Case& c : cases) {
+        ProxyEnv env(c.http, c.https, std::nullopt);
+        char host[150] = "stale";
+        unsigned short port = 7;
+        EXPECT_EQ(comm.GetHTTPProxySetting(host, c.size, &port), c.httpOk) << c.http.value_or("-");
+        if (c.httpOk) {
+            EXPECT_STREQ(host, c.host);
+            EXPECT_EQ(port, c.port);
+        } else {
+            EXPECT_STREQ(host, "");
+            EXPECT_EQ(port, 0);
+        }
+        EXPECT_EQ(comm.GetHTTPSProxySetting(host, c.size, &port), c.httpsOk);
+        if (c.httpsOk) {
+            EXPECT_STREQ(host, c.host);
+            EXPECT_EQ(port, c.port);
+        }
+    }
+}
+
+// GNOME's settings win over the environment when their mode is "manual".
+// Uses GSettings' in-memory backend, so nothing of the user's is touched.
+TEST(ProxySettings, DesktopManualModeWinsOverTheEnvironment) {
+    ScopedEnv backend("GSETTINGS_BACKEND", "memory");
+    GSettingsSchemaSource* source = g_settings_schema_source_get_default();
+    GSettingsSchema* schema =
+        source != nullptr ? g_settings_schema_source_lookup(source, "org.gnome.system.proxy", TRUE)
+                          : nullptr;
+    if (schema == nullptr) {
+        GTEST_SKIP()
+            << "org.gnome.system.proxy is not installed here; the desktop source is not tested";
+    }
+    g_settings_schema_unref(schema);
+    ProxyEnv env("envproxy:1", std::nullopt, std::nullopt);
+    GSettings* proxy = g_settings_new("org.gnome.system.proxy");
+    GSettings* https = g_settings_new("org.gnome.system.proxy.https");
+    const gchar* ignore[] = {"10.*", nullptr};
+    g_settings_set_string(proxy, "mode", "manual");
+    g_settings_set_strv(proxy, "ignore-hosts", ignore);
+    g_settings_set_string(https, "host", "desk.example");
+    g_settings_set_int(https, "port", 8443);
+
+    Network::ProxySource from;
+    const Network::ProxySettings settings = Network::CopyProxies(&from);
+    EXPECT_EQ(from, Network::ProxySource::Desktop);
+    CommunicationLibrary comm;
+    char host[150];
+    unsigned short port = 0;
+    EXPECT_FALSE(comm.GetHTTPProxySetting(host, sizeof host, &port)); // no host set: off
+    EXPECT_TRUE(comm.GetHTTPSProxySetting(host, sizeof host, &port));
+    EXPECT_STREQ(host, "desk.example");
+    EXPECT_EQ(port, 8443);
+    EXPECT_TRUE(comm.IsProxyRequiredFor("https://127.0.0.1/"));
+    EXPECT_FALSE(comm.IsProxyRequiredFor("https://10.1.2.3/"));
+
+    g_settings_set_string(proxy, "mode", "none");
+    Network::CopyProxies(&from);
+    EXPECT_EQ(from, Network::ProxySource::Environment);
+    g_object_unref(https);
+    g_object_unref(proxy);
+}
+
+TEST(Encoding, KeepsTheSafeSetAndEscapesTheRestInUpperCase) {
+    const std::string kept =
+        "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz!&'()*+,-./:;=?@_";
+    CommunicationLibrary comm;
+    for (int b = 0; b < 256; ++b) {
+        const std::string byte(1, static_cast<char>(b));
+        char escaped[4];
+        std::snprintf(escaped, sizeof escaped, "%%%02X", b);
+        const std::string expected =
+            kept.find(static_cast<char>(b)) != std::string::npos ? byte : escaped;
+        EXPECT_EQ(comm.EncodeUrl(byte), expected) << b;
+        const std::string form = b == ' ' ? "+" : b == '\n' ? "%0D%0A" : expected;
+        EXPECT_EQ(comm.EncodeFormValue(byte), form) << b;
+    }
+    EXPECT_EQ(comm.EncodeUrl(""), "");
+    EXPECT_EQ(comm.EncodeUrl(std::string("a b\0~", 5)), "a%20b%00%7E");
+    EXPECT_EQ(comm.EncodeFormValue("a+b c\r\n%"), "a+b+c%0D%0D%0A%25");
+}
+
+} // namespace

@@ -57,4 +57,9 @@ enum class ProxySource { Desktop, Environment };
 // value are left out.
 ProxySettings CopyProxies(ProxySource* source = nullptr);
 
+// Makes `CopyProxies` answer `settings` instead of asking the system, until
+// called again with nullopt. For tests and diagnostics tools that must
+// present settings no real source can produce (values of the wrong type).
+void OverrideProxies(std::optional<ProxySettings> settings);
+
 } // namespace Network

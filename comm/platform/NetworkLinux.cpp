@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <mutex>
 
 namespace Network {
 namespace {
@@ -236,7 +237,26 @@ std::optional<HostInfo> HostByName(const std::string& text) {
     return info;
 }
 
+namespace {
+std::mutex gOverrideMutex;
+std::optional<ProxySettings> gOverride;
+} // namespace
+
+void OverrideProxies(std::optional<ProxySettings> settings) {
+    std::lock_guard<std::mutex> lock(gOverrideMutex);
+    gOverride = std::move(settings);
+}
+
 ProxySettings CopyProxies(ProxySource* source) {
+    {
+        std::lock_guard<std::mutex> lock(gOverrideMutex);
+        if (gOverride) {
+            if (source != nullptr) {
+                *source = ProxySource::Environment;
+            }
+            return *gOverride;
+        }
+    }
     std::optional<ProxySettings> desktop = FromDesktop();
     if (source != nullptr) {
         *source = desktop ? ProxySource::Desktop : ProxySource::Environment;

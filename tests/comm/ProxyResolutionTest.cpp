@@ -142,6 +142,45 @@ TEST(ProxySettings, FillTheBufferOrLeaveItEmptyWithPortZero) {
     }
 }
 
+// Values of the wrong type count as absent; no source we read makes them,
+// so they are put in place directly.
+TEST(ProxySettings, ValuesOfTheWrongTypeCountAsAbsent) {
+    using Settings = Network::ProxySettings;
+    using List = std::vector<std::string>;
+    struct Case {
+        Settings settings;
+        bool required, found;
+    };
+    const Settings on = {
+        {"HTTPEnable", 1LL}, {"HTTPProxy", std::string("p")}, {"HTTPPort", 8080LL}};
+    auto with = [&](const char* key, Network::ProxyValue value) {
+        Settings changed = on;
+        changed[key] = value;
+        return changed;
+    };
+    const Case cases[] = {
+        {on, true, true},
+        {with("HTTPEnable", std::string("1")), false, false},
+        {with("HTTPEnable", 0LL), false, false},
+        {with("HTTPEnable", 1LL << 40), false, false}, // not readable as an int
+        {with("HTTPProxy", 5LL), true, false},
+        {with("HTTPPort", std::string("8080")), true, false},
+        {with("ExceptionsList", std::string("127.0.0.1")), false, true}, // unusable list: no proxy
+        {with("ExceptionsList", List{}), true, true},
+        {with("ExceptionsList", List{"127."}), false, true},
+    };
+    CommunicationLibrary comm;
+    for (const Case& c : cases) {
+        Network::OverrideProxies(c.settings);
+        char host[150] = "stale";
+        unsigned short port = 1;
+        EXPECT_EQ(comm.IsProxyRequiredFor("http://127.0.0.1/"), c.required);
+        EXPECT_EQ(comm.GetHTTPProxySetting(host, sizeof host, &port), c.found);
+        EXPECT_EQ(port, c.found ? 8080 : 0);
+    }
+    Network::OverrideProxies(std::nullopt);
+}
+
 // GNOME's settings win over the environment when their mode is "manual".
 // Uses GSettings' in-memory backend, so nothing of the user's is touched.
 TEST(ProxySettings, DesktopManualModeWinsOverTheEnvironment) {

@@ -1,0 +1,150 @@
+#include "app/AUApplication.h"
+
+#include <dlfcn.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <vector>
+
+#include "app/AUAppController.h"
+#include "app/Bundle.h"
+#include "app/SystemLog.h"
+
+CAutoNSObject<PlistDictionary> AUAutoPreferences;
+CAutoNSObject<PlistDictionary> AUAutoLocalizedStrings;
+
+namespace {
+
+int _gOperationType = 0;
+
+// Removes "." and empty components and resolves ".." against what precedes
+// it, without touching the file system, as path standardising always did.
+std::string StandardizedPath(const std::string& path) {
+    std::vector<std::string> parts;
+    std::size_t start = 0;
+    while (start <= path.size()) {
+        const std::size_t slash = std::min(path.find('/', start), path.size());
+        const std::string part = path.substr(start, slash - start);
+        if (part == "..") {
+            if (!parts.empty()) {
+                parts.pop_back();
+            }
+        } else if (!part.empty() && part != ".") {
+            parts.push_back(part);
+        }
+        start = slash + 1;
+    }
+    std::string out;
+    for (const std::string& part : parts) {
+        out += "/" + part;
+    }
+    return out.empty() ? "/" : out;
+}
+
+bool HasDisplay() {
+    return std::getenv("DISPLAY") != nullptr || std::getenv("WAYLAND_DISPLAY") != nullptr ||
+           std::getenv("QT_QPA_PLATFORM") != nullptr;
+}
+
+} // namespace
+
+const PlistDictionary* AUApplication::preferences() {
+    return AUAutoPreferences.get();
+}
+
+void AUApplication::setOperationType(int operationType) {
+    _gOperationType = operationType;
+}
+
+int AUApplication::operationType() {
+    return _gOperationType;
+}
+
+std::optional<std::string> AUApplication::fullpathOfString(const std::string* path) {
+    if (path == nullptr) {
+        return std::nullopt;
+    }
+    if (!path->empty() && path->front() == '/') {
+        return StandardizedPath(*path);
+    }
+    const std::string& bundle = Bundle::mainBundle().bundlePath();
+    const std::string base = bundle.substr(0, bundle.find_last_of('/'));
+    return StandardizedPath(base + "/" + *path);
+}
+
+const PlistDictionary* AUApplication::localizedStrings() {
+    if (AUAutoLocalizedStrings.get() != nullptr) {
+        return AUAutoLocalizedStrings.get();
+    }
+    const std::unique_ptr<PlistDictionary> shared = LoadPropertyList(kSharedInstallerPlist);
+    const std::string* language = StringForKey(shared.get(), "InstallerLproj");
+    NSLog("[i] language:[%s]", language != nullptr ? language->c_str() : "(null)");
+    const Bundle& bundle = Bundle::mainBundle();
+    const std::optional<std::string> path =
+        language != nullptr ? bundle.pathForResource("Localizable.strings", *language)
+                            : bundle.pathForResource("Localizable.strings");
+    if (path) {
+        AUAutoLocalizedStrings.reset(
+            LoadPropertyList(*path)); // stays empty, and is retried, when unreadable
+    }
+    return AUAutoLocalizedStrings.get();
+}
+
+std::string AUApplication::localizedString(const std::string* key) {
+    if (key == nullptr) {
+        return "";
+    }
+    if (const std::string* text = StringForKey(localizedStrings(), *key)) {
+        return *text;
+    }
+    return Bundle::mainBundle().localizedStringForKey(*key, *key);
+}
+
+AUApplication& AUApplication::sharedApplication() {
+    // Never destroyed: the process may end through exit() from inside the
+    // window system's event handling, and nothing may be torn down then.
+    static AUApplication* shared = new AUApplication();
+    return *shared;
+}
+
+int AUApplication::run(AUAppController& delegate) {
+    m_delegate = &delegate;
+    delegate.applicationWillFinishLaunching(this);
+    delegate.applicationDidFinishLaunching(this);
+    if (!m_terminated && m_windowSystem) {
+        m_windowSystem->run(); // until the answer terminates us
+    }
+    m_windowSystem.reset();
+    return 0;
+}
+
+void AUApplication::terminate(const void* /*sender*/) {
+    if (m_delegate == nullptr || m_delegate->applicationShouldTerminate(this) != NSTerminateNow) {
+        return;
+    }
+    m_terminated = true;
+    if (m_windowSystem) {
+        m_windowSystem->stop();
+    }
+}
+
+WindowSystem& AUApplication::windowSystem(AlertActions* actions) {
+    if (m_windowSystem) {
+        return *m_windowSystem;
+    }
+    if (HasDisplay()) {
+        const std::string plugin = Bundle::mainBundle().pluginPath("libquorvel_panel.so");
+        m_plugin = dlopen(plugin.c_str(), RTLD_NOW | RTLD_LOCAL);
+        void* entry =
+            m_plugin != nullptr ? dlsym(m_plugin, "QuorvelCreateQtWindowSystem") : nullptr;
+        if (entry != nullptr) {
+            m_windowSystem.reset(reinterpret_cast<CreateWindowSystemFunction>(entry)(actions));
+        } else {
+            NSLog("<!> the panel could not be loaded (%s); asking on the terminal.", dlerror());
+        }
+    }
+    if (!m_windowSystem) {
+        m_windowSystem = CreateTerminalWindowSystem(actions);
+    }
+    return *m_windowSystem;
+}

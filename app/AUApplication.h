@@ -1,0 +1,71 @@
+// The application object: the process-wide services the rest of the app
+// reaches through class-level calls (the preferences, the operation type,
+// full paths, localised strings), and the application loop that runs the
+// delegate and waits for the user when a question is open.
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "app/CAutoNSObject.h"
+#include "app/PropertyList.h"
+#include "app/WindowSystem.h"
+
+class AUAppController;
+
+// The two process-wide dictionaries: the Preferences resource and the
+// localised strings, released at process exit.
+extern CAutoNSObject<PlistDictionary> AUAutoPreferences;
+extern CAutoNSObject<PlistDictionary> AUAutoLocalizedStrings;
+
+// Where the package installer keeps its shared property list.
+inline constexpr const char* kSharedInstallerPlist = "/tmp/com.quorvel.installer.plist";
+
+enum NSApplicationTerminateReply { NSTerminateCancel = 0, NSTerminateNow = 1 };
+
+class AUApplication {
+public:
+    // --- Class-level services ------------------------------------------------
+
+    // The Preferences dictionary loaded by main; null before that.
+    static const PlistDictionary* preferences();
+
+    static void setOperationType(int operationType);
+    static int operationType();
+
+    // `path` made absolute and standardised: relative paths start at the
+    // folder that holds the application bundle. Nullopt for a null path.
+    static std::optional<std::string> fullpathOfString(const std::string* path);
+
+    // The localised strings in the installer's language, loaded on first
+    // use and kept once found; null while no strings file can be read.
+    static const PlistDictionary* localizedStrings();
+
+    // The text for `key`: from the installer's language, else the bundle's
+    // preferred localisation, else the key itself. "" for a null key.
+    static std::string localizedString(const std::string* key);
+
+    // --- The application loop -------------------------------------------------
+
+    static AUApplication& sharedApplication();
+
+    // Runs the delegate's launch methods, then waits for the user while the
+    // application has not been terminated. Returns the exit status (0).
+    int run(AUAppController& delegate);
+
+    // Asks the delegate whether to quit; quits when it answers NSTerminateNow.
+    void terminate(const void* sender);
+
+    // The window system, brought up on first use: the Qt plug-in when a
+    // display is there, else the terminal.
+    WindowSystem& windowSystem(AlertActions* actions);
+
+private:
+    AUApplication() = default;
+
+    AUAppController* m_delegate = nullptr;
+    bool m_terminated = false;
+    std::unique_ptr<WindowSystem> m_windowSystem;
+    void* m_plugin = nullptr;
+};

@@ -1,0 +1,16 @@
+// The scope guard that ends the application when a delegate method is left
+// by any path: nothing when disabled; with an exit status other than 0 the
+// process ends at once with it; otherwise the application is asked to
+// terminate, which the delegate may refuse.
+#pragma once
+
+class CAutoTerminate {
+public:
+    CAutoTerminate(bool enabled, int exitStatus) : m_bEnabled(enabled), m_exitStatus(exitStatus) {}
+    ~CAutoTerminate();
+    CAutoTerminate(const CAutoTerminate&) = delete;
+    CAutoTerminate& operator=(const CAutoTerminate&) = delete;
+
+    bool m_bEnabled;
+    int m_exitStatus;
+};

@@ -1,0 +1,18 @@
+// The installer companion app: reads its operation from the Preferences
+// resource, carries it out at launch and ends by itself.
+#include "app/AUAppController.h"
+#include "app/AUApplication.h"
+#include "app/Bundle.h"
+
+int main(int /*argc*/, char** /*argv*/) {
+    const std::optional<std::string> path = Bundle::mainBundle().pathForResource("Preferences");
+    AUAutoPreferences.reset(path ? LoadPropertyList(*path) : nullptr);
+    if (AUApplication::preferences() == nullptr) {
+        return 0; // no Preferences: nothing to do, and success, deliberately
+    }
+    const auto operation = AUApplication::preferences()->find("OperationType");
+    AUApplication::setOperationType(
+        operation == AUApplication::preferences()->end() ? 0 : operation->second.intValue());
+    AUAppController controller;
+    return AUApplication::sharedApplication().run(controller);
+}

@@ -64,8 +64,11 @@ class Parser {
 public:
     explicit Parser(std::string text) : text_(std::move(text)) {}
 
+    // A file with nothing in it is no property list at all.
     std::unique_ptr<PlistDictionary> ParseFile() {
-        SkipSpace();
+        if (!SkipSpace() || pos_ == text_.size()) {
+            return nullptr;
+        }
         if (Peek() == '{') {
             std::optional<PlistValue> root = ParseValue(0);
             SkipSpace();

@@ -4,14 +4,18 @@
 #include <QScreen>
 #include <QWidget>
 
+#include <cmath>
+
 Panel::Panel(QWidget* window)
     : window_(window), contentView_(std::make_unique<View>(window, nullptr)) {}
 
 void Panel::setContentSize(NSSize size) {
+    // Fixed, so the panel is not resizable by hand; set first, as it bounds resizing.
+    window_->setFixedSize(static_cast<int>(std::lround(size.width)),
+                          static_cast<int>(std::lround(size.height)));
     NSRect frame = contentView_->frame();
     frame.size = size;
     contentView_->setFrame(frame);
-    window_->setFixedSize(window_->size()); // the panel is not resizable by hand
 }
 
 void Panel::setFloatingPanel(bool floating) {

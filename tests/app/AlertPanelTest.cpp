@@ -1,0 +1,184 @@
+// The question panel with real Qt widgets: offscreen, and once on a real X
+// server (Xvfb) for a screenshot.
+#include <QApplication>
+#include <QGuiApplication>
+#include <QImage>
+#include <QLabel>
+#include <QPixmap>
+#include <QPushButton>
+#include <QScreen>
+#include <gtest/gtest.h>
+
+#include "app/AUAlert.h"
+
+namespace {
+
+struct Recorder : AlertActions {
+    void closeAlertPanel(const void* sender) override { senders.push_back(sender); }
+    void terminate(const void*) override { ++quitRequests; }
+    std::vector<const void*> senders;
+    int quitRequests = 0;
+};
+
+QApplication& Application() {
+    static int argc = 1;
+    static char name[] = "alert-panel-test";
+    static char* argv[] = {name, nullptr};
+    static QApplication application(argc, argv);
+    return application;
+}
+
+class AlertPanel : public ::testing::Test {
+protected:
+    AlertPanel() {
+        Application();
+        alert = AUAlert::LoadFromInterfaceFile(&recorder);
+    }
+    ~AlertPanel() override { delete alert->window(); }
+
+    void Open(const std::string& message, const std::string& ok = "OK",
+              const std::string* cancel = &kCancel) {
+        alert->openAlert(message, ok, cancel);
+    }
+    float ContentHeight() { return alert->contentView().height(); }
+    float ContentWidth() { return alert->contentView().width(); }
+
+    static inline const std::string kCancel = "Cancel";
+    Recorder recorder;
+    std::unique_ptr<AUAlert> alert;
+};
+
+std::string Lines(int count) {
+    std::string text;
+    for (int i = 0; i < count; ++i) {
+        text += (i ? "\n" : "") + std::string("Line ") + std::to_string(i + 1);
+    }
+    return text;
+}
+
+// As designed in AlertPanel.ui: 440 wide, margins 20 (text top, right),
+// 14 (buttons' bottom), 20 between text and buttons, 12 between buttons.
+TEST_F(AlertPanel, FitsTheHeightToTheTextAndKeepsTheDesignedMargins) {
+    Open("One line.");
+    const float oneLine = ContentHeight();
+    Open(Lines(10));
+    EXPECT_GT(ContentHeight(), oneLine + 100);
+    for (int lines : {1, 10}) {
+        Open(Lines(lines));
+        TextField& text = alert->messageTextField();
+        Button& ok = alert->defaultButtonView();
+        Button& cancel = alert->alternateButtonView();
+        EXPECT_EQ(ContentWidth(), 440);
+        EXPECT_FLOAT_EQ(ContentHeight() - text.top(), 20);
+        EXPECT_FLOAT_EQ(text.bottom() - ok.top(), 20);
+        EXPECT_FLOAT_EQ(ContentWidth() - ok.right(), 20);
+        EXPECT_FLOAT_EQ(ok.bottom(), 14);
+        EXPECT_FLOAT_EQ(ok.left() - cancel.right(), 12);
+        EXPECT_FLOAT_EQ(cancel.bottom(), 14);
+        const NSSize needed = text.cellSizeForBounds(text.bounds());
+        EXPECT_NEAR(text.height(), needed.height * 1.05, 0.01);
+        EXPECT_EQ(alert->window()->height(), static_cast<int>(std::lround(ContentHeight())));
+    }
+}
+
+TEST_F(AlertPanel, ButtonsGrowLeftwardsAndNeverShrink) {
+    Open("Message", "OK");
+    EXPECT_FLOAT_EQ(alert->defaultButtonView().width(), 94); // the designed minimum
+    const std::string longCancel = "Cancel the whole installation";
+    Open("Message", "Continue with the installation now", &longCancel);
+    Button& ok = alert->defaultButtonView();
+    Button& cancel = alert->alternateButtonView();
+    EXPECT_GT(ok.width(), 94);
+    EXPECT_FLOAT_EQ(ContentWidth() - ok.right(), 20);
+    EXPECT_GT(cancel.width(), 90);
+    EXPECT_FLOAT_EQ(ok.left() - cancel.right(), 12);
+    EXPECT_EQ(ok.title(), "Continue with the installation now");
+
+    Open("Message", "OK", nullptr);
+    EXPECT_TRUE(cancel.isHidden());
+    EXPECT_FLOAT_EQ(ContentWidth() - ok.right(), 20);
+    Open("Message");
+    EXPECT_FALSE(cancel.isHidden());
+}
+
+TEST_F(AlertPanel, OpeningTwiceEqualsOpeningOnceWithTheSecondMessage) {
+    Open(Lines(10), "A long default title");
+    Open(Lines(3));
+    Recorder other;
+    const std::unique_ptr<AUAlert> fresh = AUAlert::LoadFromInterfaceFile(&other);
+    fresh->openAlert(Lines(3), "OK", &kCancel);
+    // The same to well under a pixel: the float distances leave only last-bit traces.
+    const auto same = [](View& a, View& b) {
+        EXPECT_NEAR(a.frame().origin.x, b.frame().origin.x, 1e-3);
+        EXPECT_NEAR(a.frame().origin.y, b.frame().origin.y, 1e-3);
+        EXPECT_NEAR(a.frame().size.width, b.frame().size.width, 1e-3);
+        EXPECT_NEAR(a.frame().size.height, b.frame().size.height, 1e-3);
+        EXPECT_EQ(a.widget()->size(), b.widget()->size());
+        if (a.widget()->parentWidget() != nullptr) { // windows are placed by centring
+            EXPECT_EQ(a.widget()->pos(), b.widget()->pos());
+        }
+    };
+    same(alert->contentView(), fresh->contentView());
+    same(alert->messageTextField(), fresh->messageTextField());
+    same(alert->defaultButtonView(), fresh->defaultButtonView());
+    same(alert->alternateButtonView(), fresh->alternateButtonView());
+    delete fresh->window();
+}
+
+TEST_F(AlertPanel, ButtonsAnswerByIdentityAndCloseRequestsAreRefused) {
+    Open("Message");
+    alert->window()->findChild<QPushButton*>("defaultButton")->click();
+    alert->window()->findChild<QPushButton*>("alternateButton")->click();
+    ASSERT_EQ(recorder.senders.size(), 2u);
+    EXPECT_EQ(recorder.senders[0], alert->defaultButton());
+    EXPECT_NE(recorder.senders[1], alert->defaultButton());
+    EXPECT_NE(recorder.senders[1], nullptr);
+
+    EXPECT_FALSE(alert->window()->close()); // the close button asks to quit instead
+    EXPECT_EQ(recorder.quitRequests, 1);
+    EXPECT_TRUE(alert->window()->isVisible());
+    alert->closeAlert();
+    EXPECT_FALSE(alert->window()->isVisible());
+}
+
+// Under a real X server: a screenshot of the panel, kept for the README.
+TEST_F(AlertPanel, ScreenshotShowsTextAndButtonsInsideWithoutOverlap) {
+    if (QGuiApplication::platformName() != "xcb") {
+        GTEST_SKIP() << "needs an X server (the Xvfb run of this test)";
+    }
+    const std::string cancel = "Cancel";
+    Open("Quorvel is about to be installed on this computer. The installer will copy the "
+         "application and its "
+         "support files, and may ask for your password. Do you want to continue?",
+         "Continue", &cancel);
+    for (int i = 0; i < 20; ++i) {
+        QApplication::processEvents();
+    }
+    QWidget* window = alert->window();
+    const QRect inside(0, 0, window->width(), window->height());
+    const QRect text = window->findChild<QLabel*>("messageTextField")->geometry();
+    const QRect ok = window->findChild<QPushButton*>("defaultButton")->geometry();
+    const QRect no = window->findChild<QPushButton*>("alternateButton")->geometry();
+    for (const QRect& part : {text, ok, no}) {
+        EXPECT_TRUE(inside.contains(part)) << part.x() << "," << part.y();
+    }
+    EXPECT_FALSE(text.intersects(ok));
+    EXPECT_FALSE(text.intersects(no));
+    EXPECT_FALSE(ok.intersects(no));
+
+    const QRect frame = window->frameGeometry().adjusted(-12, -12, 12, 12);
+    const QPixmap shot = QGuiApplication::primaryScreen()->grabWindow(
+        0, frame.x(), frame.y(), frame.width(), frame.height());
+    ASSERT_FALSE(shot.isNull());
+    EXPECT_TRUE(shot.save(QString::fromStdString(QUORVEL_SCREENSHOT)));
+    const QImage image = shot.toImage();
+    const QPoint offset = window->geometry().topLeft() - frame.topLeft();
+    const QColor background = image.pixelColor(offset + QPoint(5, 5));
+    int drawn = 0;
+    for (int x = ok.left(); x <= ok.right(); ++x) {
+        drawn += image.pixelColor(offset + QPoint(x, ok.center().y())) != background;
+    }
+    EXPECT_GT(drawn, ok.width() / 2); // the button is on screen
+}
+
+} // namespace

@@ -1,0 +1,108 @@
+#include "app/PropertyList.h"
+
+#include <gtest/gtest.h>
+#include <plist/plist.h>
+
+#include "tests/support/ScratchDir.h"
+
+namespace {
+
+std::string Utf16(const std::u16string& text, bool bigEndian) {
+    std::string out = bigEndian ? "\xFE\xFF" : "\xFF\xFE";
+    for (const char16_t unit : text) {
+        const char high = static_cast<char>(unit >> 8), low = static_cast<char>(unit & 0xFF);
+        out += bigEndian ? std::string{high, low} : std::string{low, high};
+    }
+    return out;
+}
+
+// Text formats: what each parses to, as key=value pairs of strings.
+TEST(PropertyLists, ReadsTextPlistsAndStringsFiles) {
+    struct Case {
+        std::string text;
+        std::map<std::string, std::string> expected;
+    };
+    const Case cases[] = {
+        {"{ OperationType = 7; InstallationFileName = \"a b\"; }",
+         {{"OperationType", "7"}, {"InstallationFileName", "a b"}}},
+        {"// c\n/* c */ \"IDS_OK\" = \"Continue\";\n\"IDS_CANCEL\" = \"Cancel\" ;",
+         {{"IDS_OK", "Continue"}, {"IDS_CANCEL", "Cancel"}}},
+        {"\"same\";", {{"same", "same"}}},
+        {"\"e\" = \"tab\\there \\\"q\\\" \\U00e9 \\101\";", {{"e", "tab\there \"q\" \xC3\xA9 A"}}},
+        {"\xEF\xBB\xBF\"k\" = \"v\";", {{"k", "v"}}},
+        {Utf16(u"\"k\" = \"\u00e9\U0001F600\";", false), {{"k", "\xC3\xA9\xF0\x9F\x98\x80"}}},
+        {Utf16(u"\"k\" = \"v\";", true), {{"k", "v"}}},
+        {"{ list = (a, \"b\", ); data = <0aFF>; nested = { x = y; }; }", {}},
+    };
+    for (const Case& c : cases) {
+        const std::unique_ptr<PlistDictionary> parsed = ParsePropertyList(c.text);
+        ASSERT_NE(parsed, nullptr) << c.text;
+        for (const auto& [key, value] : c.expected) {
+            ASSERT_NE(StringForKey(parsed.get(), key), nullptr) << key;
+            EXPECT_EQ(*StringForKey(parsed.get(), key), value);
+        }
+    }
+    const auto nested =
+        ParsePropertyList("{ list = (a, \"b\", ); data = <0aFF>; nested = { x = y; }; }");
+    EXPECT_EQ(std::get<PlistArray>(nested->at("list").value).size(), 2u);
+    EXPECT_EQ(std::get<PlistData>(nested->at("data").value), (PlistData{0x0A, 0xFF}));
+    EXPECT_EQ(*StringForKey(&std::get<PlistDictionary>(nested->at("nested").value), "x"), "y");
+}
+
+TEST(PropertyLists, MalformedFilesCountAsMissing) {
+    const std::string malformed[] = {
+        "{ a = b; ",
+        "\"k\" = \"v\"",
+        "\"k\" = ;",
+        "{ a = b; } trailing",
+        "( a, b )",
+        "\"unterminated",
+        "/* open comment",
+        "",
+        " // only a comment\n",
+        "{ d = <0a1>; }",
+        "{ d = <zz>; }",
+        "= \"v\";",
+        std::string(100, '{'),
+        "<?xml version=\"1.0\"?><plist><dict><key>k</key></plist>",
+        "<?xml version=\"1.0\"?><plist version=\"1.0\"><array/></plist>",
+        "bplist00garbage",
+    };
+    for (const std::string& text : malformed) {
+        EXPECT_EQ(ParsePropertyList(text), nullptr) << text;
+    }
+    EXPECT_EQ(LoadPropertyList("/nonexistent/Preferences"), nullptr);
+}
+
+TEST(PropertyLists, ReadsXmlAndBinaryThroughLibplistWithIntValues) {
+    const std::string xml = R"(<?xml version="1.0" encoding="UTF-8"?>
+<plist version="1.0"><dict>
+  <key>OperationType</key><integer>8</integer>
+  <key>Real</key><real>7.9</real>
+  <key>Flag</key><true/>
+  <key>Text</key><string>12abc</string>
+  <key>Big</key><integer>4294967303</integer>
+</dict></plist>)";
+    const auto parsed = ParsePropertyList(xml);
+    ASSERT_NE(parsed, nullptr);
+    EXPECT_EQ(parsed->at("OperationType").intValue(), 8);
+    EXPECT_EQ(parsed->at("Real").intValue(), 7);
+    EXPECT_EQ(parsed->at("Flag").intValue(), 1);
+    EXPECT_EQ(parsed->at("Text").intValue(), 12); // a string reads its leading number
+    EXPECT_EQ(parsed->at("Big").intValue(), 7);   // cut to int
+    // The same dictionary in binary form, written by libplist itself.
+    plist_t root = nullptr;
+    plist_from_xml(xml.data(), static_cast<uint32_t>(xml.size()), &root);
+    char* binary = nullptr;
+    uint32_t length = 0;
+    plist_to_bin(root, &binary, &length);
+    testsupport::ScratchDir scratch;
+    const auto loaded = LoadPropertyList(scratch.Write("Preferences", std::string(binary, length)));
+    plist_free(root);
+    std::free(binary);
+    ASSERT_NE(loaded, nullptr);
+    EXPECT_EQ(loaded->at("OperationType").intValue(), 8);
+    EXPECT_EQ(*StringForKey(loaded.get(), "Text"), "12abc");
+}
+
+} // namespace

@@ -42,13 +42,12 @@ std::optional<PlistValue> FromNode(plist_t node, int depth) {
         return std::nullopt;
     }
     switch (plist_get_node_type(node)) {
-    case PLIST_STRING:
-    case PLIST_KEY: {
-        char* text = nullptr;
-        plist_get_string_val(node, &text);
-        PlistValue value{std::string(text != nullptr ? text : "")};
-        std::free(text);
-        return value;
+    case PLIST_STRING: {
+        // Read through the pointer: libplist's copying getter asserts on
+        // strings with a zero byte inside.
+        uint64_t length = 0;
+        const char* text = plist_get_string_ptr(node, &length);
+        return PlistValue{text != nullptr ? std::string(text, length) : std::string()};
     }
     case PLIST_UINT: {
         uint64_t number = 0;

@@ -13,6 +13,10 @@ corpus_root="build/fuzz/corpus"
 for target in build/fuzz/fuzz/*_fuzz; do
     name="$(basename "$target")"
     mkdir -p "$corpus_root/$name"
+    seeds=()
+    if [ -d "fuzz/seeds/$name" ]; then
+        seeds=("fuzz/seeds/$name")
+    fi
     echo "-- $name: $runs runs"
-    "$target" -runs="$runs" -seed=1 -max_len=4096 "$corpus_root/$name" 2>&1 | tail -n 2
+    "$target" -runs="$runs" -seed=1 -max_len=4096 "$corpus_root/$name" "${seeds[@]}" 2>&1 | tail -n 2
 done

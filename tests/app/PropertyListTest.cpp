@@ -72,6 +72,15 @@ TEST(PropertyLists, MalformedFilesCountAsMissing) {
         EXPECT_EQ(ParsePropertyList(text), nullptr) << text;
     }
     EXPECT_EQ(LoadPropertyList("/nonexistent/Preferences"), nullptr);
+    // A zero byte inside an XML string once tripped an assertion in libplist.
+    const std::string zero(
+        "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict><key>k</key><string>a\0b</string>"
+        "</dict></plist>",
+        95);
+    const auto parsed = ParsePropertyList(zero);
+    ASSERT_NE(parsed, nullptr);
+    EXPECT_EQ(StringForKey(parsed.get(), "k")->size(),
+              3u); // what libplist makes of the bytes is its own
 }
 
 TEST(PropertyLists, ReadsXmlAndBinaryThroughLibplistWithIntValues) {

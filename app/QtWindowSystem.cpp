@@ -20,7 +20,9 @@ public:
 
     AlertPanel& alertPanel() override { return *alert_; }
     void run() override { QApplication::exec(); }
-    void stop() override { QApplication::quit(); }
+    void stop() override {
+        QApplication::exit(0);
+    } // quit() would first ask our refusing window to close
 
 private:
     static int argc_;

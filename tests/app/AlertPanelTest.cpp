@@ -7,6 +7,7 @@
 #include <QPixmap>
 #include <QPushButton>
 #include <QScreen>
+#include <QTimer>
 #include <gtest/gtest.h>
 
 #include "app/AUAlert.h"
@@ -139,6 +140,34 @@ TEST_F(AlertPanel, ButtonsAnswerByIdentityAndCloseRequestsAreRefused) {
     EXPECT_TRUE(alert->window()->isVisible());
     alert->closeAlert();
     EXPECT_FALSE(alert->window()->isVisible());
+}
+
+// The plug-in's event loop ends when the answer stops it, even with the
+// panel still showing (a window that refuses to close must not keep it).
+TEST(AlertPanelLoop, StopsWhenTheAnswerSaysSo) {
+    // The plug-in brings up its own QApplication, so this test makes none.
+    struct StopOnAnswer : Recorder {
+        void closeAlertPanel(const void* sender) override {
+            Recorder::closeAlertPanel(sender);
+            system->stop();
+        }
+        WindowSystem* system = nullptr;
+    } actions;
+    const std::unique_ptr<WindowSystem> system(QuorvelCreateQtWindowSystem(&actions));
+    actions.system = system.get();
+    const std::string cancel = "Cancel";
+    system->alertPanel().openAlert("Go on?", "OK", &cancel);
+    QTimer::singleShot(0, [] {
+        for (QWidget* window : QApplication::topLevelWidgets()) {
+            if (auto* button = window->findChild<QPushButton*>("defaultButton");
+                button && window->isVisible()) {
+                button->click();
+            }
+        }
+    });
+    system->run();
+    ASSERT_EQ(actions.senders.size(), 1u);
+    EXPECT_EQ(actions.senders[0], system->alertPanel().defaultButton());
 }
 
 // Under a real X server: a screenshot of the panel, kept for the README.

@@ -142,6 +142,31 @@ TEST_F(AlertPanel, ButtonsAnswerByIdentityAndCloseRequestsAreRefused) {
     EXPECT_FALSE(alert->window()->isVisible());
 }
 
+// Views keep non-flipped frames and push them to their widgets flipped and
+// rounded; a growing superview keeps its subviews' distance to its top.
+TEST(ViewLayer, FramesAreNonFlippedAndFollowTheTopEdge) {
+    Application();
+    QWidget window;
+    window.resize(200, 100);
+    QWidget* child = new QWidget(&window);
+    child->setGeometry(10, 20, 50, 30); // Qt: 20 from the top
+    View content(&window, nullptr);
+    View view(child, &content);
+    EXPECT_EQ(view.bottom(), 50.0f); // 100 - 20 - 30
+    EXPECT_EQ(view.top(), 80.0f);
+    view.verticalCenterMoveTo(25);
+    EXPECT_EQ(view.bottom(), 10.0f);
+    view.horizontalCenterMoveTo(100.4f);
+    EXPECT_FLOAT_EQ(view.left(), 75.4f);
+    EXPECT_EQ(child->geometry(), QRect(75, 60, 50, 30));
+    NSRect taller = content.frame();
+    taller.size.height = 150;
+    content.setFrame(taller);
+    EXPECT_EQ(window.height(), 150);
+    EXPECT_EQ(view.bottom(), 60.0f);                     // moved up with the top edge
+    EXPECT_EQ(child->geometry(), QRect(75, 60, 50, 30)); // same distance to the top
+}
+
 // The plug-in's event loop ends when the answer stops it, even with the
 // panel still showing (a window that refuses to close must not keep it).
 TEST(AlertPanelLoop, StopsWhenTheAnswerSaysSo) {

@@ -19,6 +19,9 @@ for preset in default asan; do
     passed=$((passed + ${count:-0}))
 done
 
+echo "== install into a temporary prefix and build the consumer example against it"
+bash scripts/test-install.sh
+
 # The transport's tests once more under ThreadSanitizer.
 echo "== build and test: tsan (transport)"
 cmake --preset tsan >/dev/null

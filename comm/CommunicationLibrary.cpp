@@ -20,6 +20,11 @@ bool CommunicationLibrary::IsCurlMode() {
 
 int CommunicationLibrary::PostDocument(const fn::fn_wstring& url, const fn::fn_wstring& document,
                                        std::string& reply) {
+    return PostDocument(url, document, reply, TransferMode::Automatic);
+}
+
+int CommunicationLibrary::PostDocument(const fn::fn_wstring& url, const fn::fn_wstring& document,
+                                       std::string& reply, TransferMode mode) {
     if (url.size() < static_cast<std::size_t>(MIN_URL_LENGTH)) {
         return PostUrlTooShort;
     }
@@ -28,8 +33,10 @@ int CommunicationLibrary::PostDocument(const fn::fn_wstring& url, const fn::fn_w
     }
     const std::string utf8Url = Utils::wstring2utf8(url);
     const std::string utf8Document = Utils::wstring2utf8(document);
-    const int result = IsCurlMode() ? PostWithCurl(utf8Url, utf8Document, reply)
-                                    : PostWithUrlLoading(utf8Url, utf8Document, reply);
+    const bool curl =
+        mode == TransferMode::Curl || (mode == TransferMode::Automatic && IsCurlMode());
+    const int result = curl ? PostWithCurl(utf8Url, utf8Document, reply)
+                            : PostWithUrlLoading(utf8Url, utf8Document, reply);
     if (result == PostOk) {
         Utils::LogMessage("Server response" + reply); // no separator, as the log has always read
     }

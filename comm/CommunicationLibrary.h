@@ -86,6 +86,18 @@ public:
     // mode); on any other result it is left as it was.
     int PostDocument(const fn::fn_wstring& url, const fn::fn_wstring& document, std::string& reply);
 
+    // How a document travels: as the system version decides, or forced.
+    enum class TransferMode { Automatic, UrlLoading, Curl };
+
+    // As above, in `mode` (diagnostics tools compare the two modes).
+    int PostDocument(const fn::fn_wstring& url, const fn::fn_wstring& document, std::string& reply,
+                     TransferMode mode);
+
+    // The proxy option curl mode adds for `url` (" -x host:port", the HTTPS
+    // setting first), or "" when the URL needs no proxy or none is set.
+    // Logs that a proxy is required when it is.
+    std::string CurlProxyOption(const std::string& url);
+
     // Runs /usr/bin/curl to post the file at `requestPath` to `url`, the reply
     // going to `responsePath`, and reads the reply back. PostOk (with an
     // empty reply when the response file is missing), PostSecureConnectionFailed
@@ -108,7 +120,6 @@ private:
                          char* host, unsigned long size, unsigned short* port);
     int PostWithUrlLoading(const std::string& url, const std::string& document, std::string& reply);
     int PostWithCurl(const std::string& url, const std::string& document, std::string& reply);
-    std::string ProxyOptionFor(const std::string& url);
 
     LockableImpl m_lock; // held for callers; no operation here takes it
 };

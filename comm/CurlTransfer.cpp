@@ -82,7 +82,7 @@ int CommunicationLibrary::PostWithCurl(const std::string& url, const std::string
     return CurlExternSecureDownload(url, requestPath, responsePath, reply);
 }
 
-std::string CommunicationLibrary::ProxyOptionFor(const std::string& url) {
+std::string CommunicationLibrary::CurlProxyOption(const std::string& url) {
     if (!IsProxyRequiredFor(url.c_str())) {
         return "";
     }
@@ -105,7 +105,7 @@ int CommunicationLibrary::CurlExternSecureDownload(std::string url, std::string 
         "/usr/bin/curl  --url " + url + " --connect-timeout " + Utils::int2string(DEFAULT_TIMEOUT) +
         " -m " + Utils::int2string(TRANSFER_TIMEOUT) + " -f  -s --data-binary @\"" + requestPath +
         "\" -o \"" + responsePath + "\" -H \"Content-Type: text/xml\"" +
-        " -H \"User-Agent: Quorvel\"" + ProxyOptionFor(url);
+        " -H \"User-Agent: Quorvel\"" + CurlProxyOption(url);
     Utils::LogMessage("curl command line: \n" + commandLine);
     const int status = std::system(commandLine.c_str());
     if (status != 0) {

@@ -23,5 +23,12 @@ install(FILES ${PROJECT_BINARY_DIR}/QuorvelConfig.cmake ${PROJECT_BINARY_DIR}/Qu
 configure_file(${PROJECT_SOURCE_DIR}/cmake/quorvel.pc.in ${PROJECT_BINARY_DIR}/quorvel.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/quorvel.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT dev)
 
-install(DIRECTORY ${PROJECT_BINARY_DIR}/QuorvelInstaller.app DESTINATION ${CMAKE_INSTALL_LIBDIR}/quorvel
-        USE_SOURCE_PERMISSIONS COMPONENT app)
+# The bundle is assembled again from its parts, so that the binaries are
+# installed as targets (and stripped in packages).
+set(QUORVEL_BUNDLE ${CMAKE_INSTALL_LIBDIR}/quorvel/QuorvelInstaller.app/Contents)
+install(TARGETS quorvel_app RUNTIME DESTINATION ${QUORVEL_BUNDLE}/MacOS COMPONENT app)
+install(TARGETS quorvel_panel LIBRARY DESTINATION ${QUORVEL_BUNDLE}/PlugIns COMPONENT app
+        PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)
+install(FILES ${PROJECT_SOURCE_DIR}/app/Resources/Info.plist DESTINATION ${QUORVEL_BUNDLE} COMPONENT app)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/app/Resources/ DESTINATION ${QUORVEL_BUNDLE}/Resources COMPONENT app
+        PATTERN Info.plist EXCLUDE)

@@ -21,6 +21,8 @@ packages=(
   xvfb xauth fonts-dejavu-core
   # fuzzing
   clang libclang-rt-14-dev
+  # Debian packages of our own: dependency lists and their check
+  dpkg-dev lintian
 )
 
 missing=()

@@ -22,6 +22,9 @@ done
 echo "== install into a temporary prefix and build the consumer example against it"
 bash scripts/test-install.sh
 
+echo "== Debian packages: build, lintian, install into a private root"
+bash scripts/test-packages.sh
+
 # The transport's tests once more under ThreadSanitizer.
 echo "== build and test: tsan (transport)"
 cmake --preset tsan >/dev/null

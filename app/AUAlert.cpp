@@ -14,7 +14,8 @@ namespace {
 class PanelWindow : public QWidget {
 public:
     explicit PanelWindow(AlertActions* actions) : actions_(actions) {
-        auto* quit = new QShortcut(QKeySequence::Quit, this);
+        auto* quit = new QShortcut(QKeySequence(Qt::CTRL | Qt::Key_Q), this);
+        quit->setContext(Qt::ApplicationShortcut); // the panel is the application's only window
         QObject::connect(quit, &QShortcut::activated, [this] { actions_->terminate(nullptr); });
     }
 

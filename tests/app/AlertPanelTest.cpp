@@ -7,6 +7,8 @@
 #include <QPixmap>
 #include <QPushButton>
 #include <QScreen>
+#include <QShortcut>
+#include <QTest>
 #include <QTimer>
 #include <gtest/gtest.h>
 
@@ -137,6 +139,12 @@ TEST_F(AlertPanel, ButtonsAnswerByIdentityAndCloseRequestsAreRefused) {
 
     EXPECT_FALSE(alert->window()->close()); // the close button asks to quit instead
     EXPECT_EQ(recorder.quitRequests, 1);
+    for (QShortcut* shortcut : alert->window()->findChildren<QShortcut*>()) {
+        if (shortcut->key() == QKeySequence(Qt::CTRL | Qt::Key_Q)) {
+            emit shortcut->activated(); // Ctrl+Q is a quit request too
+        }
+    }
+    EXPECT_EQ(recorder.quitRequests, 2);
     EXPECT_TRUE(alert->window()->isVisible());
     alert->closeAlert();
     EXPECT_FALSE(alert->window()->isVisible());
@@ -205,10 +213,9 @@ TEST_F(AlertPanel, ScreenshotShowsTextAndButtonsInsideWithoutOverlap) {
          "application and its "
          "support files, and may ask for your password. Do you want to continue?",
          "Continue", &cancel);
-    for (int i = 0; i < 20; ++i) {
-        QApplication::processEvents();
-    }
     QWidget* window = alert->window();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(window));
+    QTest::qWait(200); // let the first paint reach the screen
     const QRect inside(0, 0, window->width(), window->height());
     const QRect text = window->findChild<QLabel*>("messageTextField")->geometry();
     const QRect ok = window->findChild<QPushButton*>("defaultButton")->geometry();

@@ -19,17 +19,17 @@ set(CPACK_DEBIAN_DEV_PACKAGE_NAME libquorvel-dev)
 set(CPACK_DEBIAN_DEV_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS "curl, libcurl4-openssl-dev, libglib2.0-dev")
 set(CPACK_COMPONENT_DEV_DESCRIPTION "Quorvel support library (development files)
- Static library and headers for string and number conversions, system
- information, a diagnostic log, file helpers, an XML text utility and an HTTP
- transport that posts XML documents through libcurl or the curl tool.
- Includes the quorvel-diag command for release engineers and support staff.")
+Static library and headers for string and number conversions, system
+information, a diagnostic log, file helpers, an XML text utility and an HTTP
+transport that posts XML documents through libcurl or the curl tool.
+Includes the quorvel-diag command for release engineers and support staff.")
 
 set(CPACK_DEBIAN_APP_PACKAGE_NAME quorvel-installer-companion)
 set(CPACK_DEBIAN_APP_PACKAGE_DEPENDS "")
 set(CPACK_COMPONENT_APP_DESCRIPTION "Quorvel installer companion application
- Started by the package installer while it installs or removes Quorvel: it
- leaves or clears a marker file in /tmp, may ask the user one question, and
- ends with exit status 0 or 1.")
+Started by the package installer while it installs or removes Quorvel: it
+leaves or clears a marker file in /tmp, may ask the user one question, and
+ends with exit status 0 or 1.")
 
 # Every package carries its copyright and changelog where Debian expects them.
 foreach(component dev app)

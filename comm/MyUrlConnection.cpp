@@ -52,6 +52,9 @@ MyUrlConnection::~MyUrlConnection() {
 }
 
 bool MyUrlConnection::sendRequest(const UrlRequest& request) {
+    if (m_urlTask.joinable()) {
+        return false; // one transfer per connection
+    }
     m_timer = std::chrono::steady_clock::now() + std::chrono::seconds(m_timeout);
     m_timerValid = true;
     InitialiseCurlOnce();

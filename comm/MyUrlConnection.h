@@ -44,7 +44,7 @@ public:
     MyUrlConnection& operator=(const MyUrlConnection&) = delete;
 
     // Starts the transfer timer and the transfer; false when the transfer
-    // could not be set up.
+    // could not be set up, or this connection already has one.
     bool sendRequest(const UrlRequest& request);
 
     // Waits until the transfer ends (its data, empty when none arrived) or

@@ -119,6 +119,7 @@ TEST_F(TransferTest, UrlLoadingModeTimesOutAndStopsPromptly) {
     MyUrlConnection defaults(0); // less than 1 second: the default applies
     request.url = servers.HttpUrl("/echo");
     ASSERT_TRUE(defaults.sendRequest(request));
+    EXPECT_FALSE(defaults.sendRequest(request)); // one transfer per connection
     EXPECT_EQ(defaults.wait(), std::optional<std::string>("<x/>"));
 }
 

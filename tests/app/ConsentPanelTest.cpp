@@ -1,0 +1,65 @@
+// The consent question end to end in one process: the real controller, the
+// real Qt panel plug-in (offscreen), and a click on one of its buttons.
+#include <QApplication>
+#include <QPushButton>
+#include <QTimer>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <filesystem>
+
+#include "app/AUAppController.h"
+#include "app/AUApplication.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+const char* gButtonToClick = nullptr;
+
+// Runs when the plug-in brings up its QApplication: clicks the chosen button
+// as soon as the panel shows.
+void ClickWhenShown() {
+    QTimer::singleShot(50, [] {
+        for (QWidget* window : QApplication::topLevelWidgets()) {
+            auto* button = window->findChild<QPushButton*>(gButtonToClick);
+            if (button != nullptr && window->isVisible()) {
+                button->click();
+            }
+        }
+    });
+}
+
+// Installs with consent and answers with `button`; returns through the app's
+// own ending (run() for consent, exit(1) for refusal).
+int InstallAndAnswer(const char* button, const std::string& marker) {
+    setenv("QT_QPA_PLATFORM", "offscreen", 1);
+    gButtonToClick = button;
+    qAddPreRoutine(ClickWhenShown);
+    AUAutoPreferences.reset(ParsePropertyList("{ OperationType = 7; InstallationFileName = \"" +
+                                              marker.substr(5) +
+                                              "\"; ConsentMessage = IDS_UI_CONSENT_MESSAGE; }"));
+    AUApplication::setOperationType(7);
+    AUAppController controller;
+    return AUApplication::sharedApplication().run(controller);
+}
+
+class ConsentPanel : public ::testing::Test {
+protected:
+    void SetUp() override { fs::remove(marker); }
+    void TearDown() override { fs::remove(marker); }
+    std::string marker = "/tmp/quorvel-consent-test-" + std::to_string(getpid());
+};
+
+TEST_F(ConsentPanel, DefaultButtonWritesTheMarkerAndEndsWithZero) {
+    ASSERT_TRUE(fs::exists(QUORVEL_PLUGIN_LINK)) << "the panel plug-in is not beside the test";
+    EXPECT_EQ(InstallAndAnswer("defaultButton", marker), 0);
+    EXPECT_TRUE(fs::is_regular_file(marker));
+}
+
+TEST_F(ConsentPanel, AlternateButtonEndsWithOneAndNoMarker) {
+    EXPECT_EXIT(InstallAndAnswer("alternateButton", marker), ::testing::ExitedWithCode(1), "");
+    EXPECT_FALSE(fs::exists(marker));
+}
+
+} // namespace

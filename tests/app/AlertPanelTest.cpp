@@ -9,7 +9,6 @@
 #include <QScreen>
 #include <QShortcut>
 #include <QTest>
-#include <QTimer>
 #include <gtest/gtest.h>
 
 #include "app/AUAlert.h"
@@ -173,34 +172,6 @@ TEST(ViewLayer, FramesAreNonFlippedAndFollowTheTopEdge) {
     EXPECT_EQ(window.height(), 150);
     EXPECT_EQ(view.bottom(), 60.0f);                     // moved up with the top edge
     EXPECT_EQ(child->geometry(), QRect(75, 60, 50, 30)); // same distance to the top
-}
-
-// The plug-in's event loop ends when the answer stops it, even with the
-// panel still showing (a window that refuses to close must not keep it).
-TEST(AlertPanelLoop, StopsWhenTheAnswerSaysSo) {
-    // The plug-in brings up its own QApplication, so this test makes none.
-    struct StopOnAnswer : Recorder {
-        void closeAlertPanel(const void* sender) override {
-            Recorder::closeAlertPanel(sender);
-            system->stop();
-        }
-        WindowSystem* system = nullptr;
-    } actions;
-    const std::unique_ptr<WindowSystem> system(QuorvelCreateQtWindowSystem(&actions));
-    actions.system = system.get();
-    const std::string cancel = "Cancel";
-    system->alertPanel().openAlert("Go on?", "OK", &cancel);
-    QTimer::singleShot(0, [] {
-        for (QWidget* window : QApplication::topLevelWidgets()) {
-            if (auto* button = window->findChild<QPushButton*>("defaultButton");
-                button && window->isVisible()) {
-                button->click();
-            }
-        }
-    });
-    system->run();
-    ASSERT_EQ(actions.senders.size(), 1u);
-    EXPECT_EQ(actions.senders[0], system->alertPanel().defaultButton());
 }
 
 // Under a real X server: a screenshot of the panel, kept for the README.

@@ -74,13 +74,4 @@ TEST(XMLReferences, MatchTheDocumentedPasses) {
     }
 }
 
-TEST(XMLReferences, DecodingAnEncodingGivesTheTextBackButLineEnds) {
-    XMLUtility xml;
-    const std::string text = "if (a < b && c > \"d\") { 'e'; }\r\n\xE2\x82\xAC";
-    std::string encoded, decoded;
-    ASSERT_TRUE(xml.ConvertStringUTF8ToEntityReference(text, encoded));
-    ASSERT_TRUE(xml.ConvertStringReferenceToUTF8(encoded, decoded));
-    EXPECT_EQ(decoded, "if (a < b && c > \"d\") { 'e'; }\xE2\x82\xAC");
-}
-
 } // namespace

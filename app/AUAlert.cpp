@@ -54,6 +54,7 @@ std::unique_ptr<AUAlert> AUAlert::LoadFromInterfaceFile(AlertActions* actions) {
                              button->click();
                          }
                      });
+    form.defaultButton->setFocus(); // taken when the window first becomes active
     alert->awakeFromNib();
     return alert;
 }

@@ -27,6 +27,7 @@ public:
 
     void openAlert(const std::string& message, const std::string& defaultTitle,
                    const std::string* alternateTitle) override;
+    void setTitle(const std::string& title) override { Panel::setTitle(title); }
     void closeAlert() override;
     const void* defaultButton() const override { return &_defaultButton; }
 

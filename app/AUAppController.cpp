@@ -1,11 +1,8 @@
 #include "app/AUAppController.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include "app/CAutoTerminate.h"
 #include "app/SystemLog.h"
+#include "app/platform/AppPlatform.h"
 
 namespace {
 
@@ -78,9 +75,11 @@ long AUAppController::RunUninstallStep() {
 }
 
 void AUAppController::AskForConsent(const std::string& messageKey) {
-    const std::string ok = "IDS_UI_BUTTON_OK", cancel = "IDS_UI_BUTTON_CANCEL";
+    const std::string ok = "IDS_UI_BUTTON_OK", cancel = "IDS_UI_BUTTON_CANCEL",
+                      title = "IDS_UI_CONSENT_TITLE";
     const std::string cancelTitle = AUApplication::localizedString(&cancel);
     _alertPanel = &AUApplication::sharedApplication().windowSystem(this).alertPanel();
+    _alertPanel->setTitle(AUApplication::localizedString(&title));
     _alertPanel->openAlert(AUApplication::localizedString(&messageKey),
                            AUApplication::localizedString(&ok), &cancelTitle);
 }
@@ -98,20 +97,17 @@ void AUAppController::createDoInstallationFile() {
     if (!path) {
         return;
     }
-    // Never through a symbolic link: anyone can plant one in /tmp.
-    const int fd = open(path->c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, 0644);
-    if (fd < 0) {
+    // Anyone can plant a link or a FIFO in /tmp: the marker is renamed into
+    // place, never written through what is there.
+    if (!AppPlatform::ReplaceWithEmptyFile(*path)) {
         NSLog("<!> failed to create installation file.");
-        return;
     }
-    close(fd);
 }
 
 void AUAppController::removeDoInstallationFile() {
-    const std::optional<std::string> path = MarkerPath();
-    struct stat info;
-    // Only a file is removed; a folder in its place is left for the write to fail on.
-    if (path && stat(path->c_str(), &info) == 0 && !S_ISDIR(info.st_mode)) {
-        unlink(path->c_str());
+    // A planted link is stale too (the link goes, never its target); a folder
+    // in its place is left for the write to fail on.
+    if (const std::optional<std::string> path = MarkerPath()) {
+        AppPlatform::RemoveUnlessFolder(*path);
     }
 }

@@ -9,6 +9,7 @@
 #include "app/AUAppController.h"
 #include "app/Bundle.h"
 #include "app/SystemLog.h"
+#include "app/platform/AppPlatform.h"
 
 CAutoNSObject<PlistDictionary> AUAutoPreferences;
 CAutoNSObject<PlistDictionary> AUAutoLocalizedStrings;
@@ -41,11 +42,6 @@ std::string StandardizedPath(const std::string& path) {
     return out.empty() ? "/" : out;
 }
 
-bool HasDisplay() {
-    return std::getenv("DISPLAY") != nullptr || std::getenv("WAYLAND_DISPLAY") != nullptr ||
-           std::getenv("QT_QPA_PLATFORM") != nullptr;
-}
-
 } // namespace
 
 const PlistDictionary* AUApplication::preferences() {
@@ -76,7 +72,7 @@ const PlistDictionary* AUApplication::localizedStrings() {
     if (AUAutoLocalizedStrings.get() != nullptr) {
         return AUAutoLocalizedStrings.get();
     }
-    const std::unique_ptr<PlistDictionary> shared = LoadPropertyList(kSharedInstallerPlist);
+    const std::unique_ptr<PlistDictionary> shared = LoadSharedPropertyList(kSharedInstallerPlist);
     const std::string* language = StringForKey(shared.get(), "InstallerLproj");
     NSLog("[i] language:[%s]", language != nullptr ? language->c_str() : "(null)");
     const Bundle& bundle = Bundle::mainBundle();
@@ -129,22 +125,30 @@ void AUApplication::terminate(const void* /*sender*/) {
 }
 
 WindowSystem& AUApplication::windowSystem(AlertActions* actions) {
-    if (m_windowSystem) {
-        return *m_windowSystem;
+    if (!m_windowSystem) {
+        m_windowSystem = CreateDebconfWindowSystem(actions);
     }
-    if (HasDisplay()) {
-        const std::string plugin = Bundle::mainBundle().pluginPath("libquorvel_panel.so");
-        m_plugin = dlopen(plugin.c_str(), RTLD_NOW | RTLD_LOCAL);
-        void* entry =
-            m_plugin != nullptr ? dlsym(m_plugin, "QuorvelCreateQtWindowSystem") : nullptr;
-        if (entry != nullptr) {
-            m_windowSystem.reset(reinterpret_cast<CreateWindowSystemFunction>(entry)(actions));
-        } else {
-            NSLog("<!> the panel could not be loaded (%s); asking on the terminal.", dlerror());
-        }
+    if (!m_windowSystem && AppPlatform::MayHaveDisplay() && !AppPlatform::NobodyMayBeAsked()) {
+        m_windowSystem = LoadPanel(actions);
     }
     if (!m_windowSystem) {
         m_windowSystem = CreateTerminalWindowSystem(actions);
     }
     return *m_windowSystem;
+}
+
+std::unique_ptr<WindowSystem> AUApplication::LoadPanel(AlertActions* actions) {
+    const std::string plugin = Bundle::mainBundle().pluginPath("libquorvel_panel.so");
+    m_plugin = dlopen(plugin.c_str(), RTLD_NOW | RTLD_LOCAL);
+    void* entry = m_plugin != nullptr ? dlsym(m_plugin, "QuorvelCreateQtWindowSystem") : nullptr;
+    if (entry == nullptr) {
+        NSLog("<!> the panel could not be loaded (%s); asking on the terminal.", dlerror());
+        return nullptr;
+    }
+    std::unique_ptr<WindowSystem> panel(
+        reinterpret_cast<CreateWindowSystemFunction>(entry)(actions));
+    if (!panel) {
+        NSLog("<!> no display could be opened; asking on the terminal.");
+    }
+    return panel;
 }

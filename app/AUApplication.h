@@ -57,12 +57,16 @@ public:
     // Asks the delegate whether to quit; quits when it answers NSTerminateNow.
     void terminate(const void* sender);
 
-    // The window system, brought up on first use: the Qt plug-in when a
-    // display is there, else the terminal.
+    // The window system, brought up on first use: debconf under a Debian
+    // package manager, else the Qt plug-in when a display opens, else the
+    // terminal (which declines when there is none).
     WindowSystem& windowSystem(AlertActions* actions);
 
 private:
     AUApplication() = default;
+    // The Qt panel from its plug-in; null when it cannot be loaded or no
+    // display opens.
+    std::unique_ptr<WindowSystem> LoadPanel(AlertActions* actions);
 
     AUAppController* m_delegate = nullptr;
     bool m_terminated = false;

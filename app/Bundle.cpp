@@ -1,11 +1,9 @@
 #include "app/Bundle.h"
 
 #include <sys/stat.h>
-#include <unistd.h>
-
-#include <climits>
 
 #include "app/PropertyList.h"
+#include "app/platform/AppPlatform.h"
 #include "utils/platform/Platform.h"
 
 namespace {
@@ -29,16 +27,10 @@ std::string LastComponent(const std::string& path) {
     return path.substr(path.find_last_of('/') + 1);
 }
 
-std::string ExecutablePath() {
-    char path[PATH_MAX];
-    const ssize_t length = readlink("/proc/self/exe", path, sizeof path - 1);
-    return length > 0 ? std::string(path, static_cast<std::size_t>(length)) : "";
-}
-
 } // namespace
 
 const Bundle& Bundle::mainBundle() {
-    static const Bundle bundle(ExecutablePath());
+    static const Bundle bundle(AppPlatform::ExecutablePath());
     return bundle;
 }
 

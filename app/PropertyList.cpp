@@ -3,12 +3,16 @@
 #include <plist/plist.h>
 
 #include <cstdlib>
+#include <cstring>
 #include <fstream>
 #include <iterator>
+
+#include "app/platform/AppPlatform.h"
 
 namespace {
 
 constexpr std::size_t kMaxFileSize = 16 << 20; // property lists here are tiny
+constexpr std::size_t kMaxSharedFileSize = 1 << 20;
 
 struct PlistDeleter {
     void operator()(plist_t node) const { plist_free(node); }
@@ -38,7 +42,7 @@ std::optional<PlistDictionary> DictionaryFromNode(plist_t node, int depth) {
 }
 
 std::optional<PlistValue> FromNode(plist_t node, int depth) {
-    if (node == nullptr || depth > 64) {
+    if (node == nullptr || depth > kMaxPlistNesting) { // deeper files never get here
         return std::nullopt;
     }
     switch (plist_get_node_type(node)) {
@@ -94,6 +98,125 @@ bool LooksLikeXml(const std::string& bytes) {
     return first != std::string::npos && bytes.compare(first, 1, "<") == 0;
 }
 
+// The deepest nesting of <dict> and <array> elements in XML text, counted
+// without parsing; stops counting past `kMaxPlistNesting`.
+int XmlNesting(const std::string& bytes) {
+    int depth = 0, deepest = 0;
+    std::size_t at = bytes.find('<');
+    while (at != std::string::npos && deepest <= kMaxPlistNesting) {
+        const bool comment = bytes.compare(at, 4, "<!--") == 0;
+        const std::size_t end = comment ? bytes.find("-->", at) : bytes.find('>', at);
+        if (end == std::string::npos) {
+            break;
+        }
+        const bool closing = bytes[at + 1] == '/';
+        const std::size_t name = at + (closing ? 2 : 1);
+        if (!comment &&
+            (bytes.compare(name, 4, "dict") == 0 || bytes.compare(name, 5, "array") == 0)) {
+            if (closing) {
+                --depth;
+            } else {
+                deepest = std::max(deepest, depth + 1);
+                depth += bytes[end - 1] == '/' ? 0 : 1; // <dict/> is empty, nothing nests in it
+            }
+        }
+        at = bytes.find('<', end);
+    }
+    return deepest;
+}
+
+// Binary property lists (bplist00): the object table read far enough to
+// measure how deeply its arrays, sets and dictionaries nest, with each
+// object measured once, so shared and cyclic references cost nothing.
+class BinaryNesting {
+public:
+    explicit BinaryNesting(const std::string& bytes) : bytes_(bytes) {}
+
+    // The nesting depth, or -1 when the table is malformed, cyclic or nests
+    // deeper than kMaxPlistNesting.
+    int Measure() {
+        if (bytes_.size() < 8 + 32) {
+            return -1;
+        }
+        const std::size_t trailer = bytes_.size() - 32;
+        offsetSize_ = static_cast<unsigned char>(bytes_[trailer + 6]);
+        refSize_ = static_cast<unsigned char>(bytes_[trailer + 7]);
+        const std::uint64_t count = Number(trailer + 8, 8), top = Number(trailer + 16, 8);
+        offsetTable_ = Number(trailer + 24, 8);
+        if (offsetSize_ < 1 || offsetSize_ > 8 || refSize_ < 1 || refSize_ > 8 || top >= count ||
+            offsetTable_ > trailer || count > (trailer - offsetTable_) / offsetSize_) {
+            return -1;
+        }
+        heights_.assign(count, kUnknown);
+        return Height(top, 1);
+    }
+
+private:
+    static constexpr int kUnknown = -2, kVisiting = -3;
+
+    std::uint64_t Number(std::size_t at, std::size_t size) const {
+        std::uint64_t value = 0;
+        for (std::size_t i = 0; i < size; ++i) {
+            value = value << 8 | static_cast<unsigned char>(bytes_[at + i]);
+        }
+        return value;
+    }
+
+    // Containers from `object` down; -1 when too deep, cyclic or malformed.
+    int Height(std::uint64_t object, int depth) {
+        if (object >= heights_.size() || heights_[object] == kVisiting) {
+            return -1;
+        }
+        if (heights_[object] != kUnknown) {
+            return depth + heights_[object] - 1 > kMaxPlistNesting ? -1 : heights_[object];
+        }
+        const std::uint64_t at = Number(offsetTable_ + object * offsetSize_, offsetSize_);
+        if (at >= offsetTable_) {
+            return -1;
+        }
+        const unsigned char marker = static_cast<unsigned char>(bytes_[at]);
+        const int kind = marker >> 4;
+        if (kind != 0xA && kind != 0xC && kind != 0xD) {
+            return heights_[object] = 0;
+        }
+        if (depth > kMaxPlistNesting) {
+            return -1;
+        }
+        std::uint64_t refs = marker & 0x0F, first = at + 1;
+        if (refs == 0x0F) { // the count follows as an integer object
+            if (first >= offsetTable_) {
+                return -1;
+            }
+            const unsigned char sizeMarker = static_cast<unsigned char>(bytes_[first]);
+            const std::size_t size = std::size_t{1} << (sizeMarker & 0x0F);
+            if ((sizeMarker >> 4) != 0x1 || size > 8 || first + 1 + size > offsetTable_) {
+                return -1;
+            }
+            refs = Number(first + 1, size);
+            first += 1 + size;
+        }
+        refs *= kind == 0xD ? 2 : 1;
+        if (refs > (offsetTable_ - first) / refSize_) {
+            return -1;
+        }
+        heights_[object] = kVisiting;
+        int below = 0;
+        for (std::uint64_t i = 0; i < refs; ++i) {
+            const int height = Height(Number(first + i * refSize_, refSize_), depth + 1);
+            if (height < 0) {
+                return -1;
+            }
+            below = std::max(below, height);
+        }
+        return heights_[object] = below + 1;
+    }
+
+    const std::string& bytes_;
+    std::size_t offsetSize_ = 0, refSize_ = 0;
+    std::uint64_t offsetTable_ = 0;
+    std::vector<int> heights_;
+};
+
 } // namespace
 
 int PlistValue::intValue() const {
@@ -120,6 +243,10 @@ std::unique_ptr<PlistDictionary> ParsePropertyList(const std::string& bytes) {
     if (!binary && !LooksLikeXml(bytes)) {
         return ParseTextPropertyList(bytes);
     }
+    // libplist recurses without a limit: deep files must never reach it.
+    if (binary ? BinaryNesting(bytes).Measure() < 0 : XmlNesting(bytes) > kMaxPlistNesting) {
+        return nullptr;
+    }
     plist_t root = nullptr;
     if (binary) {
         plist_from_bin(bytes.data(), static_cast<uint32_t>(bytes.size()), &root);
@@ -145,6 +272,14 @@ std::unique_ptr<PlistDictionary> LoadPropertyList(const std::string& path) {
         if (bytes.size() > kMaxFileSize) {
             return nullptr;
         }
+    }
+    return ParsePropertyList(bytes);
+}
+
+std::unique_ptr<PlistDictionary> LoadSharedPropertyList(const std::string& path) {
+    std::string bytes;
+    if (!AppPlatform::ReadSmallRegularFile(path, kMaxSharedFileSize, &bytes)) {
+        return nullptr;
     }
     return ParsePropertyList(bytes);
 }

@@ -5,7 +5,9 @@
 // property lists and the `"key" = "value";` strings format (UTF-8, or
 // UTF-16 with a byte order mark) are read by our own parser. A file that is
 // missing, unreadable or malformed in any way gives no dictionary at all,
-// exactly as if it were missing.
+// exactly as if it were missing; so does one nested deeper than
+// `kMaxPlistNesting` containers, which is refused before any parser
+// recurses into it.
 #pragma once
 
 #include <cstdint>
@@ -15,6 +17,9 @@
 #include <string>
 #include <variant>
 #include <vector>
+
+// The deepest nesting of dictionaries and arrays read (the root is 1).
+inline constexpr int kMaxPlistNesting = 64;
 
 struct PlistValue;
 using PlistDictionary = std::map<std::string, PlistValue>;
@@ -39,6 +44,12 @@ struct PlistValue {
 // missing, unreadable, malformed, or holds something other than a
 // dictionary.
 std::unique_ptr<PlistDictionary> LoadPropertyList(const std::string& path);
+
+// As `LoadPropertyList`, for a file in a folder that anyone can write to
+// (the shared installer property list in /tmp): read only when it is a
+// regular file of at most 1 MiB, never through a link, never waiting on a
+// FIFO.
+std::unique_ptr<PlistDictionary> LoadSharedPropertyList(const std::string& path);
 
 // As `LoadPropertyList`, from bytes already in memory.
 std::unique_ptr<PlistDictionary> ParsePropertyList(const std::string& bytes);

@@ -1,12 +1,13 @@
 // The question without a display: asked on the controlling terminal, or,
 // with no terminal either, declined at once.
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <cstdio>
+#include <cstdlib>
+#include <optional>
+#include <string>
 
 #include "app/SystemLog.h"
 #include "app/WindowSystem.h"
+#include "app/platform/AppPlatform.h"
 
 namespace {
 
@@ -24,13 +25,20 @@ public:
         alternateTitle_ = hasAlternate_ ? *alternateTitle : "";
     }
 
+    void setTitle(const std::string& title) override { title_ = title; }
     void closeAlert() override {}
 
     const void* defaultButton() const override { return &defaultTitle_; }
 
     // Asks until it has an answer; end of input declines.
     void run() override {
-        const int fd = open("/dev/tty", O_RDWR | O_NOCTTY | O_CLOEXEC);
+        if (AppPlatform::NobodyMayBeAsked()) {
+            NSLog("<!> nobody may be asked (DEBIAN_FRONTEND=noninteractive); the question is "
+                  "declined.");
+            actions_->closeAlertPanel(nullptr);
+            return;
+        }
+        const int fd = AppPlatform::OpenTerminal();
         std::FILE* tty = fd >= 0 ? fdopen(fd, "r+") : nullptr;
         if (tty == nullptr) {
             NSLog("<!> no display and no terminal to ask on; the question is declined.");
@@ -47,29 +55,46 @@ public:
 private:
     const void* Ask(std::FILE* tty) {
         for (;;) {
-            std::fprintf(tty, "\n%s\n\n  1) %s  [Enter]\n", message_.c_str(),
+            std::fprintf(tty, "\n%s\n\n%s\n\n  1) %s  [Enter]\n", title_.c_str(), message_.c_str(),
                          defaultTitle_.c_str());
             if (hasAlternate_) {
                 std::fprintf(tty, "  2) %s\n", alternateTitle_.c_str());
             }
             std::fprintf(tty, "> ");
             std::fflush(tty);
-            char line[64];
-            if (std::fgets(line, sizeof line, tty) == nullptr) {
+            const std::optional<std::string> choice = ReadLine(tty);
+            if (!choice) {
                 return &alternateTitle_;
             }
-            const std::string choice(line, std::string(line).find_last_not_of("\r\n \t") + 1);
-            if (choice.empty() || choice == "1") {
+            if (choice->empty() || *choice == "1") {
                 return &defaultTitle_;
             }
-            if (hasAlternate_ && choice == "2") {
+            if (hasAlternate_ && *choice == "2") {
                 return &alternateTitle_;
             }
         }
     }
 
+    // The whole answer line, however long, without surrounding blanks;
+    // nullopt at the end of input.
+    static std::optional<std::string> ReadLine(std::FILE* tty) {
+        char* line = nullptr;
+        std::size_t capacity = 0;
+        const ssize_t length = getline(&line, &capacity, tty);
+        std::optional<std::string> text;
+        if (length >= 0) {
+            text = std::string(line, static_cast<std::size_t>(length));
+            const std::size_t first = text->find_first_not_of("\r\n \t");
+            text = first == std::string::npos
+                       ? ""
+                       : text->substr(first, text->find_last_not_of("\r\n \t") - first + 1);
+        }
+        std::free(line);
+        return text;
+    }
+
     AlertActions* actions_;
-    std::string message_, defaultTitle_, alternateTitle_;
+    std::string title_, message_, defaultTitle_, alternateTitle_;
     bool hasAlternate_ = false;
 };
 

@@ -12,8 +12,6 @@
 
 namespace {
 
-constexpr int kMaxDepth = 64;
-
 void AppendUtf8(std::string& out, unsigned long code) {
     if (code < 0x80) {
         out += static_cast<char>(code);
@@ -71,8 +69,7 @@ public:
         }
         if (Peek() == '{') {
             std::optional<PlistValue> root = ParseValue(0);
-            SkipSpace();
-            if (!root || pos_ != text_.size()) {
+            if (!root || !SkipSpace() || pos_ != text_.size()) {
                 return nullptr;
             }
             auto* dictionary = std::get_if<PlistDictionary>(&root->value);
@@ -147,8 +144,9 @@ private:
         }
     }
 
+    // `depth` counts the containers around the value (0 for the root).
     std::optional<PlistValue> ParseValue(int depth) {
-        if (depth > kMaxDepth || !SkipSpace()) {
+        if (!SkipSpace() || ((Peek() == '{' || Peek() == '(') && depth >= kMaxPlistNesting)) {
             return std::nullopt;
         }
         switch (Peek()) {
@@ -260,6 +258,37 @@ private:
         return std::nullopt; // unterminated
     }
 
+    // Four hex digits after the \U just read; nullopt when they are not.
+    std::optional<unsigned long> ParseHex4() {
+        unsigned long code = 0;
+        for (int i = 0; i < 4; ++i, ++pos_) {
+            if (pos_ >= text_.size() || !std::isxdigit(static_cast<unsigned char>(text_[pos_]))) {
+                return std::nullopt;
+            }
+            code = code * 16 + HexValue(text_[pos_]);
+        }
+        return code;
+    }
+
+    // A high surrogate takes the \U low surrogate that follows it, as
+    // UTF-16 writers split a character beyond U+FFFF; a surrogate without
+    // its partner becomes U+FFFD, as in UTF-16 files.
+    unsigned long CombinedWithLowSurrogate(unsigned long code) {
+        if (code < 0xD800 || code >= 0xE000) {
+            return code;
+        }
+        if (code < 0xDC00 && text_.compare(pos_, 2, "\\U") == 0) {
+            const std::size_t saved = pos_;
+            pos_ += 2;
+            const std::optional<unsigned long> low = ParseHex4();
+            if (low && *low >= 0xDC00 && *low < 0xE000) {
+                return 0x10000 + ((code - 0xD800) << 10) + (*low - 0xDC00);
+            }
+            pos_ = saved; // not a partner: read again as an escape of its own
+        }
+        return 0xFFFD;
+    }
+
     bool ParseEscape(std::string& out) {
         const char c = text_[pos_++];
         switch (c) {
@@ -285,15 +314,11 @@ private:
             out += '\v';
             return true;
         case 'U': {
-            unsigned long code = 0;
-            for (int i = 0; i < 4; ++i, ++pos_) {
-                if (pos_ >= text_.size() ||
-                    !std::isxdigit(static_cast<unsigned char>(text_[pos_]))) {
-                    return false;
-                }
-                code = code * 16 + HexValue(text_[pos_]);
+            const std::optional<unsigned long> code = ParseHex4();
+            if (!code) {
+                return false;
             }
-            AppendUtf8(out, code);
+            AppendUtf8(out, CombinedWithLowSurrogate(*code));
             return true;
         }
         default:

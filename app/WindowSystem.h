@@ -1,8 +1,12 @@
 // What the app needs of a window system, with no toolkit in sight: the alert
-// panel and an event loop to wait in. The Qt implementation lives in a
-// plug-in (Contents/PlugIns/libquorvel_panel.so) that is loaded only when a
-// panel must be shown, so runs that show nothing never start Qt. Without a
-// display the question is asked on the terminal instead.
+// panel and an event loop to wait in. Four of them ask the question, the
+// first that can being used:
+//   1. debconf, under a Debian package manager (DebconfWindowSystem.cpp);
+//   2. the Qt panel, on a display that really opens: a plug-in
+//      (Contents/PlugIns/libquorvel_panel.so) loaded only when a panel must
+//      be shown, so runs that show nothing never start Qt;
+//   3. the controlling terminal;
+//   4. nobody: the question is declined.
 #pragma once
 
 #include <memory>
@@ -26,6 +30,8 @@ public:
     // `alternateTitle` is null.
     virtual void openAlert(const std::string& message, const std::string& defaultTitle,
                            const std::string* alternateTitle) = 0;
+    // The panel's title, set before it opens.
+    virtual void setTitle(const std::string& title) = 0;
     virtual void closeAlert() = 0;
     // The default button, compared by identity with a sender.
     virtual const void* defaultButton() const = 0;
@@ -40,10 +46,15 @@ public:
     virtual void stop() = 0;
 };
 
-// The entry point of the Qt plug-in.
+// The entry point of the Qt plug-in: null when no display opens.
 extern "C" WindowSystem* QuorvelCreateQtWindowSystem(AlertActions* actions);
 using CreateWindowSystemFunction = WindowSystem* (*)(AlertActions*);
 
+// The question through debconf when a Debian package manager started the
+// app and debconf answers; null otherwise.
+std::unique_ptr<WindowSystem> CreateDebconfWindowSystem(AlertActions* actions);
+
 // The question on the controlling terminal (message, then the two titles,
-// the default on Enter). With no terminal either it declines at once.
+// the default on Enter). With no terminal, or when nobody may be asked
+// (DEBIAN_FRONTEND=noninteractive), it declines at once.
 std::unique_ptr<WindowSystem> CreateTerminalWindowSystem(AlertActions* actions);

@@ -3,8 +3,14 @@
 #include "app/AUAppController.h"
 #include "app/AUApplication.h"
 #include "app/Bundle.h"
+#include "app/DebconfQuestion.h"
 
-int main(int /*argc*/, char** /*argv*/) {
+#include <cstring>
+
+int main(int argc, char** argv) {
+    if (argc == 5 && std::strcmp(argv[1], DebconfQuestion::kChildArgument) == 0) {
+        return DebconfQuestion::RunAsFrontendChild(argv + 2); // under a frontend we started
+    }
     const std::optional<std::string> path = Bundle::mainBundle().pathForResource("Preferences");
     AUAutoPreferences.reset(path ? LoadPropertyList(*path) : nullptr);
     if (AUApplication::preferences() == nullptr) {

@@ -26,6 +26,7 @@ Includes the quorvel-diag command for release engineers and support staff.")
 
 set(CPACK_DEBIAN_APP_PACKAGE_NAME quorvel-installer-companion)
 set(CPACK_DEBIAN_APP_PACKAGE_DEPENDS "")
+set(CPACK_DEBIAN_APP_PACKAGE_RECOMMENDS "qt6-wayland") # the panel on a Wayland session
 set(CPACK_COMPONENT_APP_DESCRIPTION "Quorvel installer companion application
 Started by the package installer while it installs or removes Quorvel: it
 leaves or clears a marker file in /tmp, may ask the user one question, and

@@ -18,6 +18,10 @@ void Panel::setContentSize(NSSize size) {
     contentView_->setFrame(frame);
 }
 
+void Panel::setTitle(const std::string& title) {
+    window_->setWindowTitle(QString::fromStdString(title));
+}
+
 void Panel::setFloatingPanel(bool floating) {
     window_->setWindowFlag(Qt::WindowStaysOnTopHint, floating);
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <memory>
+#include <string>
 
 #include "app/kit/View.h"
 
@@ -16,6 +17,8 @@ public:
 
     // Changes the content size; the views inside keep their distance to the top.
     void setContentSize(NSSize size);
+    // The title in the window's frame.
+    void setTitle(const std::string& title);
     void setFloatingPanel(bool floating);
     void setHidesOnDeactivate(bool hides);
     void center();

@@ -129,7 +129,9 @@ TEST_F(AlertPanel, OpeningTwiceEqualsOpeningOnceWithTheSecondMessage) {
 
 TEST_F(AlertPanel, ButtonsAnswerByIdentityAndCloseRequestsAreRefused) {
     Open("Message");
-    alert->window()->findChild<QPushButton*>("defaultButton")->click();
+    auto* defaultButton = alert->window()->findChild<QPushButton*>("defaultButton");
+    EXPECT_EQ(alert->window()->focusWidget(), defaultButton); // the keyboard starts there
+    defaultButton->click();
     alert->window()->findChild<QPushButton*>("alternateButton")->click();
     ASSERT_EQ(recorder.senders.size(), 2u);
     EXPECT_EQ(recorder.senders[0], alert->defaultButton());
@@ -139,11 +141,14 @@ TEST_F(AlertPanel, ButtonsAnswerByIdentityAndCloseRequestsAreRefused) {
     EXPECT_FALSE(alert->window()->close()); // the close button asks to quit instead
     EXPECT_EQ(recorder.quitRequests, 1);
     for (QShortcut* shortcut : alert->window()->findChildren<QShortcut*>()) {
-        if (shortcut->key() == QKeySequence(Qt::CTRL | Qt::Key_Q)) {
-            emit shortcut->activated(); // Ctrl+Q is a quit request too
+        if (shortcut->key() == QKeySequence(Qt::CTRL | Qt::Key_Q) ||
+            shortcut->key() == QKeySequence(Qt::Key_Escape)) {
+            emit shortcut->activated(); // Ctrl+Q is a quit request; Escape declines
         }
     }
     EXPECT_EQ(recorder.quitRequests, 2);
+    ASSERT_EQ(recorder.senders.size(), 3u);
+    EXPECT_EQ(recorder.senders[2], recorder.senders[1]);
     EXPECT_TRUE(alert->window()->isVisible());
     alert->closeAlert();
     EXPECT_FALSE(alert->window()->isVisible());

@@ -34,6 +34,10 @@ void ClickWhenShown() {
 // own ending (run() for consent, exit(1) for refusal).
 int InstallAndAnswer(const char* button, const std::string& marker) {
     setenv("QT_QPA_PLATFORM", "offscreen", 1);
+    for (const char* name :
+         {"DEBIAN_FRONTEND", "DEBIAN_HAS_FRONTEND", "DPKG_MAINTSCRIPT_PACKAGE"}) {
+        unsetenv(name); // no package manager around: the panel asks
+    }
     gButtonToClick = button;
     qAddPreRoutine(ClickWhenShown);
     AUAutoPreferences.reset(ParsePropertyList("{ OperationType = 7; InstallationFileName = \"" +

@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 #include <plist/plist.h>
 
+#include <functional>
+
 #include "tests/support/ScratchDir.h"
 
 namespace {
@@ -32,6 +34,10 @@ TEST(PropertyLists, ReadsTextPlistsAndStringsFiles) {
         {"\xEF\xBB\xBF\"k\" = \"v\";", {{"k", "v"}}},
         {Utf16(u"\"k\" = \"\u00e9\U0001F600\";", false), {{"k", "\xC3\xA9\xF0\x9F\x98\x80"}}},
         {Utf16(u"\"k\" = \"v\";", true), {{"k", "v"}}},
+        // \U surrogate pairs, as UTF-16 minded tools write them; a lone one is U+FFFD.
+        {"\"k\" = \"\\UD83D\\UDE00|\\UD83D|\\UDE00|\\UD83D\\U0041\";",
+         {{"k", "\xF0\x9F\x98\x80|\xEF\xBF\xBD|\xEF\xBF\xBD|\xEF\xBF\xBD"
+                "A"}}},
         {"{ list = (a, \"b\", ); data = <0aFF>; nested = { x = y; }; }", {}},
     };
     for (const Case& c : cases) {
@@ -55,6 +61,7 @@ TEST(PropertyLists, MalformedFilesCountAsMissing) {
         "\"k\" = \"v\"",
         "\"k\" = ;",
         "{ a = b; } trailing",
+        "{ a = b; } /* open",
         "( a, b )",
         "\"unterminated",
         "/* open comment",
@@ -81,6 +88,44 @@ TEST(PropertyLists, MalformedFilesCountAsMissing) {
     ASSERT_NE(parsed, nullptr);
     EXPECT_EQ(StringForKey(parsed.get(), "k")->size(),
               3u); // what libplist makes of the bytes is its own
+}
+
+// Nesting beyond 64 containers is refused in every form, before libplist's
+// recursion could overflow the stack on it.
+TEST(PropertyLists, NestingDeeperThan64IsRefusedInEveryForm) {
+    const auto xml = [](int depth) {
+        std::string text = "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict><key>k</key>";
+        for (int i = 1; i < depth; ++i) {
+            text += "<array><!-- <array> --><string>s</string>";
+        }
+        for (int i = 1; i < depth; ++i) {
+            text += "</array>";
+        }
+        return text + "</dict></plist>";
+    };
+    const auto binary = [&](int depth) {
+        const std::string source = xml(depth);
+        plist_t root = nullptr;
+        plist_from_xml(source.data(), static_cast<uint32_t>(source.size()), &root);
+        char* bytes = nullptr;
+        uint32_t length = 0;
+        plist_to_bin(root, &bytes, &length);
+        const std::string out(bytes, length);
+        plist_free(root);
+        std::free(bytes);
+        return out;
+    };
+    const auto text = [](int depth) {
+        return "{ k = " + std::string(depth - 1, '(') + std::string(depth - 1, ')') + "; }";
+    };
+    for (const auto& form :
+         {std::function<std::string(int)>(xml), std::function<std::string(int)>(binary),
+          std::function<std::string(int)>(text)}) {
+        EXPECT_NE(ParsePropertyList(form(64)), nullptr) << form(64).substr(0, 80);
+        EXPECT_EQ(ParsePropertyList(form(65)), nullptr) << form(65).substr(0, 80);
+    }
+    EXPECT_EQ(ParsePropertyList(xml(100000)), nullptr); // once a crash inside libplist
+    EXPECT_EQ(ParsePropertyList(text(100000)), nullptr);
 }
 
 TEST(PropertyLists, ReadsXmlAndBinaryThroughLibplistWithIntValues) {

@@ -1,0 +1,87 @@
+// The operating-system seam of the companion app.
+//
+// Everything the app needs from the system beyond reading its own bundle
+// comes through here: how the package installer started it (and so who may
+// be asked), the pipes to debconf, the controlling terminal, and the few
+// files it touches in /tmp, which anyone can write to. The logic above this
+// seam keeps the documented operations and messages; this seam only knows
+// the conventions of the system underneath (Debian's package managers,
+// POSIX files). One implementation per system (AppPlatformLinux.cpp).
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace AppPlatform {
+
+// How a package manager started the app, if at all.
+enum class Installer {
+    kNone,             // no package manager: a person, a script, a desktop installer
+    kDebconf,          // a maintainer script that talks to debconf (DEBIAN_HAS_FRONTEND)
+    kMaintainerScript, // a maintainer script without debconf (DPKG_MAINTSCRIPT_PACKAGE)
+};
+
+// The package manager around this process, from its environment.
+Installer CurrentInstaller();
+
+// True when the environment says that nobody may be asked
+// (DEBIAN_FRONTEND=noninteractive).
+bool NobodyMayBeAsked();
+
+// True when a window system may be there (DISPLAY, WAYLAND_DISPLAY or
+// QT_QPA_PLATFORM set). Whether it really opens is only known by trying.
+bool MayHaveDisplay();
+
+// The two ends of the debconf protocol as a maintainer script hands them
+// down: commands to fd 3 when debconf redirected the script's output
+// (DEBCONF_REDIR), else to stdout; replies on stdin.
+struct DebconfPipes {
+    int commands = -1;
+    int replies = -1;
+};
+
+// The pipes to a running debconf; nullopt when they cannot be debconf's
+// (stdin is a terminal, or fd 3 is not open).
+std::optional<DebconfPipes> DebconfChannel();
+
+// Writes all of `text` to `fd`; false on any error (a closed pipe included).
+bool WriteAll(int fd, const std::string& text);
+
+// Reads one line (without its newline) from `fd` a byte at a time, so that
+// nothing meant for whoever reads after us is taken. Waits at most
+// `timeoutMs` for the line to start (-1: no limit). Nullopt on end of
+// input, an error or the timeout.
+std::optional<std::string> ReadLine(int fd, int timeoutMs);
+
+// Whether debconf's frontend program is installed.
+bool HasDebconfFrontend();
+
+// Runs `arguments` as a confmodule under debconf's frontend program, as
+// debconf's own confmodule library does when no frontend is running yet,
+// and waits for it. Returns the frontend's exit status, or -1 when it could
+// not be started or ended by a signal.
+int RunUnderDebconfFrontend(const std::vector<std::string>& arguments);
+
+// The running executable's full path (empty when unknown).
+std::string ExecutablePath();
+
+// The controlling terminal opened for reading and writing, or -1 when the
+// process has none.
+int OpenTerminal();
+
+// Reads the file at `path` into `bytes` only when it is a regular file of
+// at most `maxBytes`, never following a symbolic link and never waiting on
+// a FIFO or device. False otherwise.
+bool ReadSmallRegularFile(const std::string& path, std::size_t maxBytes, std::string* bytes);
+
+// Puts an empty file at `path` through a private temporary file in the same
+// folder renamed over it, so nothing planted there (a link, a FIFO, a file)
+// can block or redirect the write. False when it could not be done.
+bool ReplaceWithEmptyFile(const std::string& path);
+
+// Removes what is at `path` unless it is a folder; a symbolic link is
+// removed itself, never its target.
+void RemoveUnlessFolder(const std::string& path);
+
+} // namespace AppPlatform

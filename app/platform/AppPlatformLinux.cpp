@@ -1,0 +1,197 @@
+// The companion app's seam on Linux (Debian's package managers, POSIX files).
+#include <fcntl.h>
+#include <poll.h>
+#include <signal.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <climits>
+#include <cstdlib>
+#include <cstring>
+
+#include "app/platform/AppPlatform.h"
+
+namespace AppPlatform {
+
+namespace {
+
+constexpr const char* kDebconfFrontend = "/usr/share/debconf/frontend";
+
+bool IsSet(const char* name) {
+    const char* value = std::getenv(name);
+    return value != nullptr && *value != '\0';
+}
+
+bool IsOpen(int fd) {
+    return fcntl(fd, F_GETFD) != -1;
+}
+
+std::string Folder(const std::string& path) {
+    const std::size_t slash = path.find_last_of('/');
+    return slash == std::string::npos ? "." : slash == 0 ? "/" : path.substr(0, slash);
+}
+
+} // namespace
+
+Installer CurrentInstaller() {
+    if (IsSet("DEBIAN_HAS_FRONTEND")) {
+        return Installer::kDebconf;
+    }
+    return IsSet("DPKG_MAINTSCRIPT_PACKAGE") ? Installer::kMaintainerScript : Installer::kNone;
+}
+
+bool NobodyMayBeAsked() {
+    const char* frontend = std::getenv("DEBIAN_FRONTEND");
+    return frontend != nullptr && std::strcmp(frontend, "noninteractive") == 0;
+}
+
+bool MayHaveDisplay() {
+    return IsSet("DISPLAY") || IsSet("WAYLAND_DISPLAY") || IsSet("QT_QPA_PLATFORM");
+}
+
+std::optional<DebconfPipes> DebconfChannel() {
+    DebconfPipes pipes{IsSet("DEBCONF_REDIR") ? 3 : STDOUT_FILENO, STDIN_FILENO};
+    // A person's terminal is never debconf: we would be typing at them.
+    if (!IsOpen(pipes.commands) || !IsOpen(pipes.replies) || isatty(pipes.replies)) {
+        return std::nullopt;
+    }
+    signal(SIGPIPE, SIG_IGN); // a debconf that went away is an error result, not our end
+    return pipes;
+}
+
+bool WriteAll(int fd, const std::string& text) {
+    std::size_t done = 0;
+    while (done < text.size()) {
+        const ssize_t wrote = write(fd, text.data() + done, text.size() - done);
+        if (wrote < 0 && errno == EINTR) {
+            continue;
+        }
+        if (wrote <= 0) {
+            return false;
+        }
+        done += static_cast<std::size_t>(wrote);
+    }
+    return true;
+}
+
+std::optional<std::string> ReadLine(int fd, int timeoutMs) {
+    pollfd ready{fd, POLLIN, 0};
+    int polled;
+    while ((polled = poll(&ready, 1, timeoutMs)) < 0 && errno == EINTR) {
+    }
+    if (polled <= 0) {
+        return std::nullopt;
+    }
+    std::string line;
+    for (;;) {
+        char c;
+        const ssize_t got = read(fd, &c, 1);
+        if (got < 0 && errno == EINTR) {
+            continue;
+        }
+        if (got <= 0) {
+            return std::nullopt;
+        }
+        if (c == '\n') {
+            return line;
+        }
+        line += c;
+    }
+}
+
+bool HasDebconfFrontend() {
+    return access(kDebconfFrontend, X_OK) == 0;
+}
+
+int RunUnderDebconfFrontend(const std::vector<std::string>& arguments) {
+    std::vector<char*> argv{const_cast<char*>(kDebconfFrontend)};
+    for (const std::string& argument : arguments) {
+        argv.push_back(const_cast<char*>(argument.c_str()));
+    }
+    argv.push_back(nullptr);
+    const pid_t child = fork();
+    if (child < 0) {
+        return -1;
+    }
+    if (child == 0) {
+        // The frontend sets up its own channel to the program it runs.
+        unsetenv("DEBCONF_REDIR");
+        unsetenv("DEBIAN_HAS_FRONTEND");
+        setenv("PERL_DL_NONLAZY", "1", 1); // as debconf's confmodule starts it
+        if (const char* package = std::getenv("DPKG_MAINTSCRIPT_PACKAGE")) {
+            setenv("DEBCONF_PACKAGE", package, 0); // the frontend's title names it
+        }
+        execv(kDebconfFrontend, argv.data());
+        _exit(127);
+    }
+    int status = 0;
+    while (waitpid(child, &status, 0) < 0) {
+        if (errno != EINTR) {
+            return -1;
+        }
+    }
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+std::string ExecutablePath() {
+    char path[PATH_MAX];
+    const ssize_t length = readlink("/proc/self/exe", path, sizeof path - 1);
+    return length > 0 ? std::string(path, static_cast<std::size_t>(length)) : "";
+}
+
+int OpenTerminal() {
+    return open("/dev/tty", O_RDWR | O_NOCTTY | O_CLOEXEC);
+}
+
+bool ReadSmallRegularFile(const std::string& path, std::size_t maxBytes, std::string* bytes) {
+    const int fd = open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+    if (fd < 0) {
+        return false;
+    }
+    struct stat info;
+    bool ok = fstat(fd, &info) == 0 && S_ISREG(info.st_mode) &&
+              static_cast<std::size_t>(info.st_size) <= maxBytes;
+    bytes->clear();
+    char chunk[65536];
+    while (ok) {
+        const ssize_t got = read(fd, chunk, sizeof chunk);
+        if (got < 0 && errno == EINTR) {
+            continue;
+        }
+        if (got <= 0) {
+            ok = got == 0;
+            break;
+        }
+        bytes->append(chunk, static_cast<std::size_t>(got));
+        ok = bytes->size() <= maxBytes; // it may have grown since fstat
+    }
+    close(fd);
+    return ok;
+}
+
+bool ReplaceWithEmptyFile(const std::string& path) {
+    std::string temporary = Folder(path) + "/.quorvel-marker-XXXXXX";
+    const int fd = mkostemp(temporary.data(), O_CLOEXEC);
+    if (fd < 0) {
+        return false;
+    }
+    const bool modeSet = fchmod(fd, 0644) == 0;
+    const bool ok = close(fd) == 0 && modeSet;
+    // rename() replaces the name itself, whatever it was; it never follows it.
+    if (!ok || rename(temporary.c_str(), path.c_str()) != 0) {
+        unlink(temporary.c_str());
+        return false;
+    }
+    return true;
+}
+
+void RemoveUnlessFolder(const std::string& path) {
+    struct stat info;
+    if (lstat(path.c_str(), &info) == 0 && !S_ISDIR(info.st_mode)) {
+        unlink(path.c_str());
+    }
+}
+
+} // namespace AppPlatform

@@ -13,8 +13,11 @@ packages=(
   libglib2.0-dev
   # property lists
   libplist-dev
-  # the alert panel
-  qt6-base-dev
+  # the alert panel, natively on Wayland too
+  qt6-base-dev qt6-wayland
+  # the consent question under dpkg and apt (debconf itself is always there),
+  # and debconf's protocol manual
+  debconf debconf-doc
   # loopback test servers
   libcpp-httplib-dev libssl-dev openssl
   # the one test that runs the panel under a real X server

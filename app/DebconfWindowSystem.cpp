@@ -36,6 +36,8 @@ public:
             running_ ? running_->Ask(texts_) : DebconfQuestion::AskUnderOwnFrontend(texts_);
         if (!answer) {
             NSLog("<!> debconf could not ask the question; it is declined.");
+        } else if (!*answer) {
+            NSLog("[i] debconf answered no to %s.", DebconfQuestion::kQuestion);
         }
         actions_->closeAlertPanel(answer.value_or(false) ? defaultButton() : nullptr);
     }

@@ -42,7 +42,8 @@ struct DebconfPipes {
 };
 
 // The pipes to a running debconf; nullopt when they cannot be debconf's
-// (stdin is a terminal, or fd 3 is not open).
+// (stdin is a terminal, or fd 3 is not open). From then on a debconf that
+// goes away makes writes fail instead of ending the process (SIGPIPE).
 std::optional<DebconfPipes> DebconfChannel();
 
 // Writes all of `text` to `fd`; false on any error (a closed pipe included).

@@ -127,13 +127,14 @@ int XmlNesting(const std::string& bytes) {
 
 // Binary property lists (bplist00): the object table read far enough to
 // measure how deeply its arrays, sets and dictionaries nest, with each
-// object measured once, so shared and cyclic references cost nothing.
+// object measured once, so shared and cyclic references cost nothing; and
+// to refuse dictionary keys with a zero inside, on which libplist asserts.
 class BinaryNesting {
 public:
     explicit BinaryNesting(const std::string& bytes) : bytes_(bytes) {}
 
-    // The nesting depth, or -1 when the table is malformed, cyclic or nests
-    // deeper than kMaxPlistNesting.
+    // The nesting depth, or -1 when the table is malformed, cyclic, nests
+    // deeper than kMaxPlistNesting or has a key with a zero inside.
     int Measure() {
         if (bytes_.size() < 8 + 32) {
             return -1;
@@ -162,47 +163,82 @@ private:
         return value;
     }
 
+    // Where object `object` starts; nullopt when outside the object area.
+    std::optional<std::uint64_t> Offset(std::uint64_t object) const {
+        if (object >= heights_.size()) {
+            return std::nullopt;
+        }
+        const std::uint64_t at = Number(offsetTable_ + object * offsetSize_, offsetSize_);
+        return at < offsetTable_ ? std::optional<std::uint64_t>(at) : std::nullopt;
+    }
+
+    // The element count in the marker at `at`, and where the elements
+    // start; nullopt when they would run past the object area.
+    std::optional<std::pair<std::uint64_t, std::uint64_t>> Count(std::uint64_t at,
+                                                                 std::uint64_t elementSize) const {
+        std::uint64_t count = static_cast<unsigned char>(bytes_[at]) & 0x0F, first = at + 1;
+        if (count == 0x0F) { // the count follows as an integer object
+            if (first >= offsetTable_) {
+                return std::nullopt;
+            }
+            const unsigned char sizeMarker = static_cast<unsigned char>(bytes_[first]);
+            const std::size_t size = std::size_t{1} << (sizeMarker & 0x0F);
+            if ((sizeMarker >> 4) != 0x1 || size > 8 || first + 1 + size > offsetTable_) {
+                return std::nullopt;
+            }
+            count = Number(first + 1, size);
+            first += 1 + size;
+        }
+        if (count > (offsetTable_ - first) / elementSize) {
+            return std::nullopt;
+        }
+        return std::make_pair(count, first);
+    }
+
+    // True when `object` is a string without a zero inside (ASCII, UTF-16
+    // or UTF-8), as a dictionary key must be.
+    bool IsCleanKey(std::uint64_t object) const {
+        const std::optional<std::uint64_t> at = Offset(object);
+        const int kind = at ? static_cast<unsigned char>(bytes_[*at]) >> 4 : 0;
+        const std::uint64_t unit = kind == 0x6 ? 2 : 1;
+        const auto text =
+            at && (kind == 0x5 || kind == 0x6 || kind == 0x7) ? Count(*at, unit) : std::nullopt;
+        if (!text) {
+            return false;
+        }
+        for (std::uint64_t i = 0; i < text->first; ++i) {
+            if (Number(text->second + i * unit, unit) == 0) {
+                return false;
+            }
+        }
+        return true;
+    }
+
     // Containers from `object` down; -1 when too deep, cyclic or malformed.
     int Height(std::uint64_t object, int depth) {
-        if (object >= heights_.size() || heights_[object] == kVisiting) {
+        const std::optional<std::uint64_t> at = Offset(object);
+        if (!at || heights_[object] == kVisiting) {
             return -1;
         }
         if (heights_[object] != kUnknown) {
             return depth + heights_[object] - 1 > kMaxPlistNesting ? -1 : heights_[object];
         }
-        const std::uint64_t at = Number(offsetTable_ + object * offsetSize_, offsetSize_);
-        if (at >= offsetTable_) {
-            return -1;
-        }
-        const unsigned char marker = static_cast<unsigned char>(bytes_[at]);
-        const int kind = marker >> 4;
+        const int kind = static_cast<unsigned char>(bytes_[*at]) >> 4;
         if (kind != 0xA && kind != 0xC && kind != 0xD) {
             return heights_[object] = 0;
         }
-        if (depth > kMaxPlistNesting) {
+        const auto elements = Count(*at, kind == 0xD ? 2 * refSize_ : refSize_);
+        if (depth > kMaxPlistNesting || !elements) {
             return -1;
         }
-        std::uint64_t refs = marker & 0x0F, first = at + 1;
-        if (refs == 0x0F) { // the count follows as an integer object
-            if (first >= offsetTable_) {
-                return -1;
-            }
-            const unsigned char sizeMarker = static_cast<unsigned char>(bytes_[first]);
-            const std::size_t size = std::size_t{1} << (sizeMarker & 0x0F);
-            if ((sizeMarker >> 4) != 0x1 || size > 8 || first + 1 + size > offsetTable_) {
-                return -1;
-            }
-            refs = Number(first + 1, size);
-            first += 1 + size;
-        }
-        refs *= kind == 0xD ? 2 : 1;
-        if (refs > (offsetTable_ - first) / refSize_) {
-            return -1;
-        }
+        const auto [count, first] = *elements;
+        const std::uint64_t refs = kind == 0xD ? 2 * count : count;
         heights_[object] = kVisiting;
         int below = 0;
         for (std::uint64_t i = 0; i < refs; ++i) {
-            const int height = Height(Number(first + i * refSize_, refSize_), depth + 1);
+            const std::uint64_t ref = Number(first + i * refSize_, refSize_);
+            const int height =
+                kind == 0xD && i < count && !IsCleanKey(ref) ? -1 : Height(ref, depth + 1);
             if (height < 0) {
                 return -1;
             }

@@ -32,10 +32,13 @@ std::string Unescaped(const std::string& text) {
 
 } // namespace
 
-bool DebconfQuestion::Connect(int timeoutMs) {
+bool DebconfQuestion::Connect(int timeoutMs, bool ownSession) {
     const std::optional<Reply> version = Command("VERSION 2.0", timeoutMs);
     if (!version || version->code != kSuccess) {
         return false;
+    }
+    if (!ownSession) {
+        return true;
     }
     const std::optional<Reply> capabilities = Command("CAPB escape");
     if (!capabilities || capabilities->code != kSuccess) {
@@ -64,7 +67,10 @@ std::optional<bool> DebconfQuestion::Ask(const Texts& texts) {
     if (value->text == "true") {
         return true;
     }
-    // Not seen, so the next install asks again rather than taking the no.
+    // Back to its default and not seen, so the next install asks again
+    // rather than taking the no. (RESET alone would be marked seen again
+    // when the session ends.)
+    Succeeds("RESET " + question);
     Succeeds("FSET " + question + " seen false");
     return false;
 }
@@ -85,7 +91,7 @@ int DebconfQuestion::RunAsFrontendChild(const char* const arguments[3]) {
         return EXIT_FAILURE;
     }
     DebconfQuestion question(pipes->commands, pipes->replies);
-    if (!question.Connect(-1)) {
+    if (!question.Connect(-1, true)) {
         return EXIT_FAILURE;
     }
     const std::optional<bool> answer = question.Ask({arguments[0], arguments[1], arguments[2]});

@@ -32,10 +32,12 @@ public:
     // A client of the debconf at the other end of these pipes.
     DebconfQuestion(int commands, int replies) : commands_(commands), replies_(replies) {}
 
-    // Greets debconf and asks for escaped arguments. False when nothing
-    // answers as debconf would within `timeoutMs` (a maintainer script may
-    // have stopped its debconf before starting us).
-    bool Connect(int timeoutMs);
+    // Greets debconf, and in a session of our own asks for escaped
+    // arguments (`ownSession`; a maintainer script's session keeps the
+    // capabilities the script chose). False when nothing answers as debconf
+    // would within `timeoutMs` (a script may have stopped its debconf
+    // before starting us).
+    bool Connect(int timeoutMs, bool ownSession);
 
     // Asks, or takes the answer debconf already holds (a preseeded or an
     // earlier accepted one). True consents, false declines; nullopt when

@@ -70,7 +70,7 @@ std::unique_ptr<WindowSystem> CreateDebconfWindowSystem(AlertActions* actions) {
     }
     const std::optional<AppPlatform::DebconfPipes> pipes = AppPlatform::DebconfChannel();
     DebconfQuestion question(pipes ? pipes->commands : -1, pipes ? pipes->replies : -1);
-    if (!pipes || !question.Connect(kGreetingTimeoutMs)) {
+    if (!pipes || !question.Connect(kGreetingTimeoutMs, false)) {
         NSLog("<!> debconf does not answer; asking another way.");
         return nullptr;
     }

@@ -43,7 +43,7 @@ public:
         : port(FreePort()) {
         std::string config = "Port " + std::to_string(port) +
                              "\nListen 127.0.0.1\nListen ::1\nTimeout 30\nMaxClients 20\n"
-                             "LogLevel Connect\nLogFile \"" +
+                             "LogLevel Info\nLogFile \"" +
                              log_ + "\"\n";
         if (!user.empty()) {
             config += "BasicAuth " + user + " " + password + "\n";
@@ -57,7 +57,7 @@ public:
             execlp("tinyproxy", "tinyproxy", "-d", "-c", file.c_str(), nullptr);
             _exit(127);
         }
-        for (int i = 0; i < 100 && !Listening(); ++i) {
+        for (int i = 0; i < 100 && !ok(); ++i) {
             std::this_thread::sleep_for(std::chrono::milliseconds(20));
         }
     }
@@ -67,7 +67,10 @@ public:
             waitpid(pid_, nullptr, 0);
         }
     }
-    bool ok() const { return pid_ > 0 && Listening(); }
+    // True once the proxy has said that it accepts connections.
+    bool ok() const {
+        return pid_ > 0 && ReadFile(log_).find("Accepting connections") != std::string::npos;
+    }
     std::string Address() const { return "127.0.0.1:" + std::to_string(port); }
 
     // The requests carried since the last call, one "METHOD target" each.
@@ -92,37 +95,18 @@ private:
         close(BindLoopback(port));
         return port;
     }
-    bool Listening() const {
-        const int fd = socket(AF_INET, SOCK_STREAM, 0);
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_port = htons(static_cast<uint16_t>(port));
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        const bool up = connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
-        close(fd);
-        return up;
-    }
-
     ScratchDir folder_;
     std::string log_ = folder_ / "tinyproxy.log";
     std::size_t read_ = 0;
     pid_t pid_ = -1;
 };
 
-// GNOME settings of a user whose home is a fresh folder: written by the
-// real gsettings tool through dconf in a D-Bus session of its own, read back
-// by this process from the same private database. Nothing of the real
-// user's settings or session bus is touched. Must be made before this
-// process first asks GLib for its folders (GLib keeps them).
+// GNOME settings in a fresh home: written by gsettings through dconf in a
+// D-Bus session of its own, read back by this process from that private
+// database. Make it before this process first asks GLib for its folders.
 class GnomeSettings {
 public:
     GnomeSettings() { mkdir(runtime_.c_str(), 0700); }
-
-    // True when gsettings, dbus-run-session and GNOME's proxy schema are here.
-    static bool Available() {
-        return std::system("command -v dbus-run-session >/dev/null && "
-                           "gsettings list-keys org.gnome.system.proxy >/dev/null 2>&1") == 0;
-    }
 
     // Runs `gsettings set` with each line of shell words ("SCHEMA KEY VALUE").
     bool Set(const std::vector<std::string>& lines) const {

@@ -223,7 +223,8 @@ TEST_F(TransferTest, EveryProxyConfigurationTakesTheStatedRouteInBothModes) {
     const std::string o = open.Address(), a = auth.Address(), dead = "127.0.0.1:1";
     const std::string o6 = "[::1]:" + std::to_string(open.port);
     const std::string u1 = servers.HttpUrl("/method"), u7 = servers.Http7Url("/method"),
-                      u6 = servers.Http6Url("/method");
+                      u6 = servers.Http6Url("/method"), us = servers.HttpsUrl("/method"),
+                      ca = servers.Certificate();
     const auto desktop = [](const testsupport::TinyProxy& proxy, const char* ignore, bool account) {
         return std::vector<std::string>{
             "org.gnome.system.proxy mode manual",
@@ -257,6 +258,7 @@ TEST_F(TransferTest, EveryProxyConfigurationTakesTheStatedRouteInBothModes) {
         {{{"http_proxy", "http://user:s3cret@" + a}}, {}, u1, a, &auth, true, false},
         {{{"http_proxy", a}}, {}, u1, a, &auth, false, false},
         {{{"http_proxy", a}, {"HTTPS_PROXY", o}}, {}, u1, o, &open, true, true}, // HTTPS preferred
+        {{{"https_proxy", o}, {"CURL_CA_BUNDLE", ca}}, {}, us, o, &open, true, true}, // tunnelled
         {{{"ALL_PROXY", dead}, {"HTTP_PROXY", dead}}, {}, u1, "", nullptr, true, true},
         // GNOME's settings win over the variables; its default exceptions.
         {{{"http_proxy", dead}}, gnomeDefault, u7, "", nullptr, true, true},

@@ -2,7 +2,6 @@
 #include "comm/CommunicationLibrary.h"
 
 #include "comm/MyUrlConnection.h"
-#include "comm/platform/Network.h"
 #include "utils/Conversions.h"
 #include "utils/DiagnosticLog.h"
 #include "utils/SystemInfo.h"
@@ -50,17 +49,12 @@ int CommunicationLibrary::PostWithUrlLoading(const std::string& url, const std::
     request.timeoutInterval = DEFAULT_TIMEOUT;
     request.headers = {{"Content-type", "text/xml"}, {"User-Agent", "Quorvel"}};
     request.body = document;
-    // The system proxy applies here too, as it does for the curl tool.
-    if (const Network::UrlParts parts = Network::ParseUrl(url);
-        (parts.scheme == "http" || parts.scheme == "https") && IsProxyRequiredFor(url.c_str())) {
-        char host[150];
-        unsigned short port = 0;
-        const bool https = parts.scheme == "https";
-        if (https ? GetHTTPSProxySetting(host, sizeof host, &port)
-                  : GetHTTPProxySetting(host, sizeof host, &port)) {
-            request.proxy = std::string(host) + ":" + Utils::int2string(port);
-        }
-    }
+    // The same route as curl mode; the credentials only travel here.
+    const ProxyRoute route = RouteFor(url);
+    request.proxy = route.proxy;
+    request.proxyCredentials = route.hasCredentials;
+    request.proxyUser = route.user;
+    request.proxyPassword = route.password;
     const std::optional<std::string> data =
         MyUrlConnection::sendMySynchronousRequest(request, TRANSFER_TIMEOUT);
     if (!data || data->empty()) {

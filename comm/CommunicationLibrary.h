@@ -83,7 +83,12 @@ public:
 
     // Posts `document` (as UTF-8, content type text/xml) to `url`. On PostOk
     // `reply` holds the reply (up to its first zero byte in URL-loading
-    // mode); on any other result it is left as it was.
+    // mode); on any other result it is left as it was. Both modes take the
+    // route of `RouteFor`. URL-loading mode follows redirects (at most 10,
+    // http and https only): 301, 302, 307 and 308 post the document again
+    // to the new place, 303 fetches it with GET. Curl mode follows none,
+    // and it leaves the process's working directory in the temporary-items
+    // folder (its folder check moves there, as it always has).
     int PostDocument(const fn::fn_wstring& url, const fn::fn_wstring& document, std::string& reply);
 
     // How a document travels: as the system version decides, or forced.
@@ -97,6 +102,20 @@ public:
     // setting first), or "" when the URL needs no proxy or none is set.
     // Logs that a proxy is required when it is.
     std::string CurlProxyOption(const std::string& url);
+
+    // The route both modes take to a URL: through `proxy` ("host:port", as
+    // in curl's -x option), or directly when it is empty. The credentials
+    // serve URL-loading mode only; curl mode's command line has none.
+    struct ProxyRoute {
+        std::string proxy;
+        std::string user;
+        std::string password;
+        bool hasCredentials = false;
+    };
+
+    // The route to `url`: the proxy of `CurlProxyOption` with its
+    // credentials, without logging.
+    ProxyRoute RouteFor(const std::string& url);
 
     // Runs /usr/bin/curl to post the file at `requestPath` to `url`, the reply
     // going to `responsePath`, and reads the reply back. PostOk (with an
@@ -116,6 +135,7 @@ public:
     std::string EncodeFormValue(const std::string& text);
 
 private:
+    std::string ConfiguredProxy(ProxyRoute* route);
     bool GetProxySetting(const char* enableKey, const char* hostKey, const char* portKey,
                          char* host, unsigned long size, unsigned short* port);
     int PostWithUrlLoading(const std::string& url, const std::string& document, std::string& reply);

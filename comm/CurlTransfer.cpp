@@ -1,14 +1,17 @@
 // Curl mode: the document goes through a file and the /usr/bin/curl tool.
+#include <unistd.h>
+
 #include <atomic>
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
 
 #include "comm/CommunicationLibrary.h"
+#include "comm/platform/Process.h"
 #include "utils/Conversions.h"
 #include "utils/DiagnosticLog.h"
 #include "utils/FileHelpers.h"
-#include "utils/SafeFile.h"
 
 namespace {
 
@@ -17,6 +20,9 @@ constexpr std::size_t kReplyChunk = 2048;
 // Process-wide, never reset: it enters every seed, so two transfers in the
 // same second still draw different file numbers.
 std::atomic<int> gRequestCounter{1};
+
+// How many numbers a transfer draws before it gives up finding free names.
+constexpr int kNameAttempts = 100;
 
 // curl's exit codes for TLS failures.
 bool IsSecureConnectionFailure(int exitCode) {
@@ -50,6 +56,38 @@ std::string ReadReply(std::FILE* file) {
     }
 }
 
+// The request and response files of one transfer, both created new and
+// private. A number whose names are taken (another process drew it in the
+// same second) gives way to the next one the generator draws.
+bool CreateTransferFiles(const std::string& folder, int& requestFd, std::string& requestPath,
+                         std::string& responsePath) {
+    for (int attempt = 0; attempt < kNameAttempts; ++attempt) {
+        const std::string number = Utils::int2string(std::rand());
+        responsePath = folder + "response-" + number + ".xml";
+        requestPath = folder + "request-" + number + ".xml";
+        requestFd = Process::CreateNewPrivateFile(requestPath);
+        if (requestFd < 0) {
+            if (errno == EEXIST) {
+                continue;
+            }
+            return false;
+        }
+        // Made empty here so that curl writes into our private file.
+        const int responseFd = Process::CreateNewPrivateFile(responsePath);
+        if (responseFd >= 0) {
+            close(responseFd);
+            return true;
+        }
+        const int error = errno;
+        close(requestFd);
+        unlink(requestPath.c_str());
+        if (error != EEXIST) {
+            return false;
+        }
+    }
+    return false;
+}
+
 } // namespace
 
 int CommunicationLibrary::PostWithCurl(const std::string& url, const std::string& document,
@@ -59,25 +97,22 @@ int CommunicationLibrary::PostWithCurl(const std::string& url, const std::string
     if (!Utils::DirExists(folder)) {
         Utils::CreateDirPath(folder, false);
     }
-    // Without the temporary folder the files would land in "/", which only
-    // root could write: fail as the file open always failed for users.
-    if (temporary.empty()) {
-        Utils::LogMessage(fn::fn_wstring(L"curlexec err,file = nil"));
-        return PostTransferFailed;
-    }
     const int counter = ++gRequestCounter;
     std::srand(static_cast<unsigned>(counter + std::time(nullptr)));
-    const std::string number = Utils::int2string(std::rand());
-    const std::string responsePath = folder + "response-" + number + ".xml";
-    const std::string requestPath = folder + "request-" + number + ".xml";
-
-    std::FILE* request = Utils::OpenForWritingNoFollow(requestPath, false);
-    if (request == nullptr) {
+    int requestFd = -1;
+    std::string requestPath, responsePath;
+    // Without the temporary folder the files would land in "/", which only
+    // root could write: fail as the file open always failed for users.
+    if (temporary.empty() || !CreateTransferFiles(folder, requestFd, requestPath, responsePath)) {
         Utils::LogMessage(fn::fn_wstring(L"curlexec err,file = nil"));
         return PostTransferFailed;
     }
-    std::fwrite(document.data(), 1, document.size(), request);
-    std::fclose(request);
+    // Half a document is never sent: a short write fails the post instead.
+    if (!Process::WriteWholeAndClose(requestFd, document)) {
+        unlink(requestPath.c_str());
+        Utils::LogMessage(fn::fn_wstring(L"curlexec err,file = nil"));
+        return PostTransferFailed;
+    }
     // Both files stay behind after the transfer, deliberately.
     return CurlExternSecureDownload(url, requestPath, responsePath, reply);
 }
@@ -87,14 +122,8 @@ std::string CommunicationLibrary::CurlProxyOption(const std::string& url) {
         return "";
     }
     Utils::LogMessage(fn::fn_wstring(L"CommLib,proxy required for destination URL"));
-    char host[150];
-    unsigned short port = 0;
-    // The HTTPS proxy is preferred whatever the URL's scheme, deliberately.
-    if (GetHTTPSProxySetting(host, sizeof host, &port) ||
-        GetHTTPProxySetting(host, sizeof host, &port)) {
-        return " -x " + std::string(host) + ":" + Utils::int2string(port);
-    }
-    return ""; // tried directly
+    const std::string proxy = ConfiguredProxy(nullptr);
+    return proxy.empty() ? "" : " -x " + proxy; // none set: tried directly
 }
 
 int CommunicationLibrary::CurlExternSecureDownload(std::string url, std::string requestPath,
@@ -107,7 +136,7 @@ int CommunicationLibrary::CurlExternSecureDownload(std::string url, std::string 
         "\" -o \"" + responsePath + "\" -H \"Content-Type: text/xml\"" +
         " -H \"User-Agent: Quorvel\"" + CurlProxyOption(url);
     Utils::LogMessage("curl command line: \n" + commandLine);
-    const int status = std::system(commandLine.c_str());
+    const int status = Process::RunShellCommand(commandLine);
     if (status != 0) {
         Utils::LogMessage(fn::fn_wstring(L"curlerrcode original:"), status);
         const int exitCode = status >> 8;

@@ -2,6 +2,7 @@
 
 #include <curl/curl.h>
 
+#include <cstdlib>
 #include <memory>
 
 namespace {
@@ -9,15 +10,91 @@ namespace {
 // How often a waiting transfer looks at the cancel flag, at the most.
 constexpr int kCancelCheckMs = 50;
 constexpr auto kWaitSlice = std::chrono::milliseconds(500);
+constexpr long kMaxRedirects = 10;
 
 void InitialiseCurlOnce() {
     static std::once_flag once;
     std::call_once(once, [] { curl_global_init(CURL_GLOBAL_DEFAULT); });
 }
 
+// No exception may cross libcurl: a reply that cannot be stored (memory
+// exhausted) ends the transfer as a failure instead.
 std::size_t CollectBody(char* data, std::size_t size, std::size_t count, void* target) {
-    static_cast<std::string*>(target)->append(data, size * count);
+    try {
+        static_cast<std::string*>(target)->append(data, size * count);
+    } catch (...) {
+        return 0;
+    }
     return size * count;
+}
+
+std::string Environment(const char* name) {
+    const char* value = std::getenv(name);
+    return value != nullptr ? value : "";
+}
+
+// The CA certificates as the curl tool finds them: CURL_CA_BUNDLE alone when
+// set, else SSL_CERT_FILE and SSL_CERT_DIR; empty values count as unset.
+// Without any, libcurl's own defaults (the system store) stay.
+void SetCertificateAuthorities(CURL* easy) {
+    const std::string bundle = Environment("CURL_CA_BUNDLE");
+    if (!bundle.empty()) {
+        curl_easy_setopt(easy, CURLOPT_CAINFO, bundle.c_str());
+        return;
+    }
+    const std::string file = Environment("SSL_CERT_FILE");
+    const std::string folder = Environment("SSL_CERT_DIR");
+    if (!folder.empty()) {
+        curl_easy_setopt(easy, CURLOPT_CAPATH, folder.c_str());
+    }
+    if (!file.empty()) {
+        curl_easy_setopt(easy, CURLOPT_CAINFO, file.c_str());
+    }
+}
+
+// The request's proxy and nothing else: set explicitly, libcurl consults no
+// proxy variable (an empty proxy disables proxies, "*" exempts every host).
+void SetProxy(CURL* easy, const UrlRequest& request) {
+    curl_easy_setopt(easy, CURLOPT_PROXY, request.proxy.c_str());
+    curl_easy_setopt(easy, CURLOPT_NOPROXY, request.proxy.empty() ? "*" : "");
+    if (request.proxyCredentials) {
+        curl_easy_setopt(easy, CURLOPT_PROXYUSERNAME, request.proxyUser.c_str());
+        curl_easy_setopt(easy, CURLOPT_PROXYPASSWORD, request.proxyPassword.c_str());
+    }
+}
+
+// Drives the easy handle until it ends or the caller cancels. A failing
+// multi call ends the transfer at once rather than spinning to the deadline.
+CURLcode Drive(CURL* easy, const std::atomic<bool>& cancel) {
+    CURLM* multi = curl_multi_init();
+    if (multi == nullptr) {
+        return CURLE_OUT_OF_MEMORY;
+    }
+    CURLcode result = CURLE_ABORTED_BY_CALLBACK;
+    if (curl_multi_add_handle(multi, easy) != CURLM_OK) {
+        curl_multi_cleanup(multi);
+        return CURLE_FAILED_INIT;
+    }
+    int running = 1;
+    while (!cancel) {
+        if (curl_multi_perform(multi, &running) != CURLM_OK) {
+            result = CURLE_RECV_ERROR;
+            break;
+        }
+        if (running == 0) {
+            int queued = 0;
+            const CURLMsg* message = curl_multi_info_read(multi, &queued);
+            result = message != nullptr ? message->data.result : CURLE_RECV_ERROR;
+            break;
+        }
+        if (curl_multi_poll(multi, nullptr, 0, kCancelCheckMs, nullptr) != CURLM_OK) {
+            result = CURLE_RECV_ERROR;
+            break;
+        }
+    }
+    curl_multi_remove_handle(multi, easy);
+    curl_multi_cleanup(multi);
+    return result;
 }
 
 } // namespace
@@ -79,9 +156,13 @@ bool MyUrlConnection::sendRequest(const UrlRequest& request) {
     curl_easy_setopt(easy, CURLOPT_HTTPHEADER, transfer->headers);
     curl_easy_setopt(easy, CURLOPT_CONNECTTIMEOUT_MS,
                      static_cast<long>(request.timeoutInterval * 1000));
-    curl_easy_setopt(easy, CURLOPT_PROXY,
-                     request.proxy.c_str()); // empty: direct, whatever the environment
+    SetProxy(easy, request);
+    SetCertificateAuthorities(easy);
+    // Redirects keep the document, except where 303 asks for a GET.
     curl_easy_setopt(easy, CURLOPT_FOLLOWLOCATION, 1L);
+    curl_easy_setopt(easy, CURLOPT_MAXREDIRS, kMaxRedirects);
+    curl_easy_setopt(easy, CURLOPT_POSTREDIR, CURL_REDIR_POST_301 | CURL_REDIR_POST_302);
+    curl_easy_setopt(easy, CURLOPT_REDIR_PROTOCOLS_STR, "http,https");
     curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
     curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, CollectBody);
     curl_easy_setopt(easy, CURLOPT_WRITEDATA, &transfer->received);
@@ -96,24 +177,9 @@ bool MyUrlConnection::sendRequest(const UrlRequest& request) {
 
 void MyUrlConnection::RunTransfer(Transfer* raw) {
     const std::unique_ptr<Transfer> transfer(raw);
-    CURLM* multi = curl_multi_init();
-    curl_multi_add_handle(multi, transfer->easy);
-    CURLcode result = CURLE_ABORTED_BY_CALLBACK;
-    int running = 1;
-    while (!m_cancelTask) {
-        curl_multi_perform(multi, &running);
-        if (running == 0) {
-            int queued = 0;
-            const CURLMsg* message = curl_multi_info_read(multi, &queued);
-            result = message != nullptr ? message->data.result : CURLE_RECV_ERROR;
-            break;
-        }
-        curl_multi_poll(multi, nullptr, 0, kCancelCheckMs, nullptr);
-    }
+    const CURLcode result = Drive(transfer->easy, m_cancelTask);
     long status = 0;
     curl_easy_getinfo(transfer->easy, CURLINFO_RESPONSE_CODE, &status);
-    curl_multi_remove_handle(multi, transfer->easy);
-    curl_multi_cleanup(multi);
 
     // The completion, on this thread.
     if (result != CURLE_OK) {

@@ -3,7 +3,13 @@
 // The transfer runs through libcurl on a worker thread of its own; its
 // completion reports back on that thread under `m_lock`, while the caller's
 // thread waits in slices of at most half a second for the end or for the
-// transfer timeout. Only status 200 counts as success. A connection object
+// transfer timeout. Only status 200 counts as success. Redirects are
+// followed (at most 10, http and https only) keeping the document: 301, 302,
+// 307 and 308 post it again, 303 fetches the new place with GET. The proxy
+// is the request's alone: libcurl reads no proxy variable of its own. CA
+// certificates come from CURL_CA_BUNDLE, else SSL_CERT_FILE and
+// SSL_CERT_DIR, as the curl tool reads them, else the system store. A
+// connection object
 // lives for one transfer, and its worker never outlives it: destroying the
 // object cancels a transfer still under way and joins the worker.
 #pragma once
@@ -26,6 +32,9 @@ struct UrlRequest {
     std::string body;
     double timeoutInterval = 60.0; // connection timeout, seconds
     std::string proxy;             // "host:port", or empty for a direct connection
+    bool proxyCredentials = false; // send proxyUser and proxyPassword to the proxy
+    std::string proxyUser;
+    std::string proxyPassword;
 };
 
 class MyUrlConnection {

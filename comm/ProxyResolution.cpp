@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "comm/CommunicationLibrary.h"
+#include "comm/ProxyConventions.h"
 #include "comm/ProxyExceptions.h"
 #include "comm/platform/Network.h"
 #include "utils/Conversions.h"
@@ -95,11 +96,13 @@ bool CommunicationLibrary::IsProxyRequiredFor(const char* url) {
     if (exceptions == settings.end()) {
         return true;
     }
-    std::optional<Network::HostInfo> host = Network::HostByAddress(parts.host);
+    const auto* list = std::get_if<std::vector<std::string>>(&exceptions->second);
+    // The reverse lookup only serves name entries; without any it is skipped.
+    const bool withName = list != nullptr && ProxyConventions::HasNameEntries(*list);
+    std::optional<Network::HostInfo> host = Network::HostByAddress(parts.host, withName);
     if (!host) {
         host = Network::HostByName(parts.host);
     }
-    const auto* list = std::get_if<std::vector<std::string>>(&exceptions->second);
     // Deliberate: an unusable list or an unknown host means no proxy.
     if (list == nullptr || !host) {
         return false;
@@ -142,4 +145,35 @@ bool CommunicationLibrary::GetProxySetting(const char* enableKey, const char* ho
         *port = 0;
     }
     return false;
+}
+
+std::string CommunicationLibrary::ConfiguredProxy(ProxyRoute* route) {
+    char host[150];
+    unsigned short port = 0;
+    // The HTTPS proxy is preferred whatever the URL's scheme, deliberately
+    // (curl mode always chose so, and URL-loading mode takes the same route).
+    const bool https = GetHTTPSProxySetting(host, sizeof host, &port);
+    if (!https && !GetHTTPProxySetting(host, sizeof host, &port)) {
+        return "";
+    }
+    const std::string proxy = std::string(host) + ":" + Utils::int2string(port);
+    if (route != nullptr) {
+        Network::ProxyAccounts accounts;
+        Network::CopyProxies(nullptr, &accounts);
+        const std::optional<Network::ProxyCredentials>& account =
+            https ? accounts.https : accounts.http;
+        route->proxy = proxy;
+        route->hasCredentials = account.has_value();
+        route->user = account ? account->user : "";
+        route->password = account ? account->password : "";
+    }
+    return proxy;
+}
+
+CommunicationLibrary::ProxyRoute CommunicationLibrary::RouteFor(const std::string& url) {
+    ProxyRoute route;
+    if (IsProxyRequiredFor(url.c_str())) {
+        ConfiguredProxy(&route);
+    }
+    return route;
 }

@@ -1,5 +1,6 @@
-// Drives the URL and form encoders, URL parsing, the proxy exceptions match
-// and the proxy settings read from a fuzzer-chosen proxy variable.
+// Drives the URL and form encoders, URL parsing, the proxy exceptions match,
+// the translation of proxies and exceptions as people write them, and the
+// proxy settings read from fuzzer-chosen proxy variables.
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -7,6 +8,7 @@
 #include <vector>
 
 #include "comm/CommunicationLibrary.h"
+#include "comm/ProxyConventions.h"
 #include "comm/ProxyExceptions.h"
 #include "comm/platform/Network.h"
 
@@ -66,7 +68,15 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::vector<std::string> exceptions(parts.begin() + 1, parts.end());
     ProxyExceptions::Exempts(exceptions, Network::HostInfo{text, text});
 
+    // Credentials never leak into the host text, which reaches a shell.
+    if (const auto proxy = ProxyConventions::ParseProxy(text)) {
+        Check(proxy->host.find_first_of("@ ;&|'\"$`") == std::string::npos);
+    }
+    const std::vector<std::string> translated = ProxyConventions::TranslateExceptions(exceptions);
+    Check(translated.size() <= 256 * (exceptions.size() + 1));
+
     setenv("http_proxy", text.c_str(), 1);
+    setenv("no_proxy", parts.back().c_str(), 1);
     char host[150];
     unsigned short port = 1;
     if (!comm.GetHTTPProxySetting(host, sizeof host, &port)) {

@@ -20,6 +20,8 @@ packages=(
   debconf debconf-doc
   # loopback test servers
   libcpp-httplib-dev libssl-dev openssl
+  # transport tests: a real (authenticating) proxy, GNOME settings in a private D-Bus session
+  tinyproxy dbus dconf-gsettings-backend gsettings-desktop-schemas
   # the one test that runs the panel under a real X server
   xvfb xauth fonts-dejavu-core
   # fuzzing

@@ -36,8 +36,10 @@ struct HostInfo {
 };
 
 // A numeric host ("10.1.2.3", "::1") with its name from a reverse lookup
-// (the address text when there is none). Nullopt for anything else.
-std::optional<HostInfo> HostByAddress(const std::string& text);
+// (the address text when there is none, when `withName` is false, or when
+// the resolver has not answered within two seconds). Nullopt for anything
+// else.
+std::optional<HostInfo> HostByAddress(const std::string& text, bool withName = true);
 
 // A host name looked up forward: its first address and canonical name.
 std::optional<HostInfo> HostByName(const std::string& text);
@@ -50,12 +52,28 @@ using ProxySettings = std::map<std::string, ProxyValue>;
 // Where the settings came from.
 enum class ProxySource { Desktop, Environment };
 
+// Credentials for a proxy; they never enter the settings above, so they
+// cannot reach a command line or a log through them.
+struct ProxyCredentials {
+    std::string user;
+    std::string password;
+};
+struct ProxyAccounts {
+    std::optional<ProxyCredentials> http;
+    std::optional<ProxyCredentials> https;
+};
+
 // The system proxy settings under the keys HTTPEnable, HTTPProxy, HTTPPort,
 // HTTPSEnable, HTTPSProxy, HTTPSPort and ExceptionsList: from GNOME's
 // org.gnome.system.proxy when its mode is "manual", else from http_proxy,
 // https_proxy (or HTTPS_PROXY) and no_proxy (or NO_PROXY). Keys without a
-// value are left out.
-ProxySettings CopyProxies(ProxySource* source = nullptr);
+// value are left out. Each source's conventions are translated as curl and
+// GNOME mean them (see ProxyConventions.h): no_proxy "*" turns both proxies
+// off, CIDR blocks become address prefixes, a proxy keeps a scheme other
+// than http in front of its host. `accounts`, when given, receives the
+// proxies' credentials (user:password@ in a variable, GNOME's
+// authentication keys).
+ProxySettings CopyProxies(ProxySource* source = nullptr, ProxyAccounts* accounts = nullptr);
 
 // Makes `CopyProxies` answer `settings` instead of asking the system, until
 // called again with nullopt. For tests and diagnostics tools that must

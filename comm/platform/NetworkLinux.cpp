@@ -1,5 +1,7 @@
 #include "comm/platform/Network.h"
 
+#include "comm/ProxyConventions.h"
+
 #include <arpa/inet.h>
 #include <gio/gio.h>
 #include <netdb.h>
@@ -7,10 +9,14 @@
 #include <unistd.h>
 
 #include <cctype>
+#include <chrono>
+#include <condition_variable>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <mutex>
+#include <system_error>
+#include <thread>
 
 namespace Network {
 namespace {
@@ -41,56 +47,87 @@ std::string AddressText(const addrinfo& info) {
     return text;
 }
 
+// A resolver that does not answer must not hold up a post for long.
+constexpr auto kReverseLookupLimit = std::chrono::seconds(2);
+
+// The name of an address by reverse lookup, waited for at most `limit`.
+// The lookup runs on a helper thread of its own, which is left to finish
+// by itself when the wait gives up; it shares nothing with the caller but
+// the state below, which it keeps alive.
+std::optional<std::string> ReverseName(const addrinfo& address, std::chrono::milliseconds limit) {
+    struct Lookup {
+        sockaddr_storage address{};
+        socklen_t length = 0;
+        std::mutex mutex;
+        std::condition_variable done;
+        bool finished = false;
+        std::optional<std::string> name;
+    };
+    auto lookup = std::make_shared<Lookup>();
+    std::memcpy(&lookup->address, address.ai_addr, address.ai_addrlen);
+    lookup->length = address.ai_addrlen;
+    try {
+        std::thread([lookup] {
+            char name[NI_MAXHOST];
+            const bool named =
+                getnameinfo(reinterpret_cast<const sockaddr*>(&lookup->address), lookup->length,
+                            name, sizeof name, nullptr, 0, NI_NAMEREQD) == 0;
+            std::lock_guard<std::mutex> lock(lookup->mutex);
+            if (named) {
+                lookup->name = name;
+            }
+            lookup->finished = true;
+            lookup->done.notify_all();
+        }).detach();
+    } catch (const std::system_error&) {
+        return std::nullopt;
+    }
+    std::unique_lock<std::mutex> lock(lookup->mutex);
+    lookup->done.wait_for(lock, limit, [&] { return lookup->finished; });
+    return lookup->name;
+}
+
 std::string Environment(const char* name) {
     const char* value = std::getenv(name);
     return value != nullptr ? value : "";
 }
 
-std::string Trimmed(const std::string& text) {
-    const std::size_t first = text.find_first_not_of(" \t");
-    const std::size_t last = text.find_last_not_of(" \t");
-    return first == std::string::npos ? "" : text.substr(first, last - first + 1);
-}
-
-// Adds <prefix>Enable/Proxy/Port for a proxy given as "host:port" or a URL;
-// curl's default port 1080 stands in for a missing one.
-void AddEnvironmentProxy(ProxySettings& settings, const std::string& prefix,
-                         const std::string& value) {
-    if (value.empty()) {
+// Adds <prefix>Enable/Proxy/Port for a proxy variable; one that cannot be
+// read (an unknown scheme, say) is left out, as if it were not set.
+void AddEnvironmentProxy(ProxySettings& settings, std::optional<ProxyCredentials>& account,
+                         const std::string& prefix, const std::string& value) {
+    const std::optional<ProxyConventions::ProxyAddress> proxy = ProxyConventions::ParseProxy(value);
+    if (!proxy) {
         return;
     }
-    const UrlParts parts =
-        ParseUrl(value.find("://") == std::string::npos ? "http://" + value : value);
-    const bool numeric = !parts.port.empty() &&
-                         parts.port.find_first_not_of("0123456789") == std::string::npos &&
-                         parts.port.size() < 10;
     settings[prefix + "Enable"] = 1LL;
-    settings[prefix + "Proxy"] = parts.host;
-    settings[prefix + "Port"] = numeric ? std::atoll(parts.port.c_str()) : 1080LL;
+    settings[prefix + "Proxy"] = proxy->host;
+    settings[prefix + "Port"] = proxy->port;
+    if (proxy->hasCredentials) {
+        account = ProxyCredentials{proxy->user, proxy->password};
+    }
 }
 
-ProxySettings FromEnvironment() {
+std::string FirstSet(const char* lower, const char* upper) {
+    const std::string value = Environment(lower);
+    return value.empty() && upper != nullptr ? Environment(upper) : value;
+}
+
+ProxySettings FromEnvironment(ProxyAccounts& accounts) {
     ProxySettings settings;
     // The variables curl itself honours: http_proxy only in lower case.
-    AddEnvironmentProxy(settings, "HTTP", Environment("http_proxy"));
-    const std::string https = Environment("https_proxy");
-    AddEnvironmentProxy(settings, "HTTPS", https.empty() ? Environment("HTTPS_PROXY") : https);
-    std::string noProxy = Environment("no_proxy");
-    if (noProxy.empty()) {
-        noProxy = Environment("NO_PROXY");
-    }
-    if (!noProxy.empty()) {
-        std::vector<std::string> exceptions;
-        std::size_t start = 0;
-        while (start <= noProxy.size()) {
-            const std::size_t comma = std::min(noProxy.find(',', start), noProxy.size());
-            const std::string entry = Trimmed(noProxy.substr(start, comma - start));
-            if (!entry.empty()) {
-                exceptions.push_back(entry);
+    AddEnvironmentProxy(settings, accounts.http, "HTTP", FirstSet("http_proxy", nullptr));
+    AddEnvironmentProxy(settings, accounts.https, "HTTPS", FirstSet("https_proxy", "HTTPS_PROXY"));
+    const std::string noProxy = FirstSet("no_proxy", "NO_PROXY");
+    if (ProxyConventions::ExemptsEverything(noProxy)) {
+        for (const char* key : {"HTTPEnable", "HTTPSEnable"}) {
+            if (settings.count(key) != 0) {
+                settings[key] = 0LL;
             }
-            start = comma + 1;
         }
-        settings["ExceptionsList"] = exceptions;
+    } else if (!noProxy.empty()) {
+        settings["ExceptionsList"] =
+            ProxyConventions::TranslateExceptions(ProxyConventions::SplitList(noProxy));
     }
     return settings;
 }
@@ -109,22 +146,41 @@ GSettings* SettingsFor(const char* id) {
     return settings;
 }
 
-// A proxy is on when its host is set and its port is not zero.
-void AddDesktopProxy(ProxySettings& settings, const std::string& prefix, const char* id) {
+std::string StringSetting(GSettings* settings, const char* key) {
+    gchar* value = g_settings_get_string(settings, key);
+    std::string text = value;
+    g_free(value);
+    return text;
+}
+
+// A proxy is on when its host is set and its port is not zero. GNOME keeps
+// the credentials with the HTTP proxy; they serve the HTTPS proxy too when
+// it is the same host and port.
+void AddDesktopProxy(ProxySettings& settings, ProxyAccounts& accounts, const std::string& prefix,
+                     const char* id) {
     GSettings* proxy = SettingsFor(id);
     if (proxy == nullptr) {
         return;
     }
-    gchar* host = g_settings_get_string(proxy, "host");
+    const std::string host = StringSetting(proxy, "host");
     const gint port = g_settings_get_int(proxy, "port");
-    settings[prefix + "Enable"] = (host[0] != '\0' && port != 0) ? 1LL : 0LL;
-    settings[prefix + "Proxy"] = std::string(host);
+    const std::optional<ProxyConventions::ProxyAddress> parsed = ProxyConventions::ParseProxy(host);
+    settings[prefix + "Enable"] = (parsed && port != 0) ? 1LL : 0LL;
+    settings[prefix + "Proxy"] = parsed ? parsed->host : host;
     settings[prefix + "Port"] = static_cast<long long>(port);
-    g_free(host);
+    if (prefix == "HTTP" && g_settings_get_boolean(proxy, "use-authentication")) {
+        accounts.http = ProxyCredentials{StringSetting(proxy, "authentication-user"),
+                                         StringSetting(proxy, "authentication-password")};
+    }
     g_object_unref(proxy);
 }
 
-std::optional<ProxySettings> FromDesktop() {
+bool SameValue(const ProxySettings& settings, const char* one, const char* other) {
+    const auto first = settings.find(one), second = settings.find(other);
+    return first != settings.end() && second != settings.end() && first->second == second->second;
+}
+
+std::optional<ProxySettings> FromDesktop(ProxyAccounts& accounts) {
     GSettings* proxy = SettingsFor("org.gnome.system.proxy");
     if (proxy == nullptr) {
         return std::nullopt;
@@ -133,14 +189,18 @@ std::optional<ProxySettings> FromDesktop() {
     std::optional<ProxySettings> settings;
     if (std::string(mode) == "manual") {
         settings.emplace();
-        AddDesktopProxy(*settings, "HTTP", "org.gnome.system.proxy.http");
-        AddDesktopProxy(*settings, "HTTPS", "org.gnome.system.proxy.https");
+        AddDesktopProxy(*settings, accounts, "HTTP", "org.gnome.system.proxy.http");
+        AddDesktopProxy(*settings, accounts, "HTTPS", "org.gnome.system.proxy.https");
+        if (SameValue(*settings, "HTTPProxy", "HTTPSProxy") &&
+            SameValue(*settings, "HTTPPort", "HTTPSPort")) {
+            accounts.https = accounts.http;
+        }
         gchar** ignore = g_settings_get_strv(proxy, "ignore-hosts");
         std::vector<std::string> exceptions;
         for (gchar** entry = ignore; *entry != nullptr; ++entry) {
             exceptions.emplace_back(*entry);
         }
-        (*settings)["ExceptionsList"] = exceptions;
+        (*settings)["ExceptionsList"] = ProxyConventions::TranslateExceptions(exceptions);
         g_strfreev(ignore);
     }
     g_free(mode);
@@ -212,17 +272,16 @@ std::optional<int> ReachabilityFlagsFor(const std::string& host) {
     return routed ? Reachable : 0;
 }
 
-std::optional<HostInfo> HostByAddress(const std::string& text) {
+std::optional<HostInfo> HostByAddress(const std::string& text, bool withName) {
     const AddrInfo found = Resolve(text, AI_NUMERICHOST);
     if (!found) {
         return std::nullopt;
     }
     HostInfo info;
     info.address = AddressText(*found);
-    char name[NI_MAXHOST];
-    const bool named = getnameinfo(found->ai_addr, found->ai_addrlen, name, sizeof name, nullptr, 0,
-                                   NI_NAMEREQD) == 0;
-    info.name = named ? name : info.address;
+    const std::optional<std::string> name =
+        withName ? ReverseName(*found, kReverseLookupLimit) : std::nullopt;
+    info.name = name ? *name : info.address;
     return info;
 }
 
@@ -247,7 +306,7 @@ void OverrideProxies(std::optional<ProxySettings> settings) {
     gOverride = std::move(settings);
 }
 
-ProxySettings CopyProxies(ProxySource* source) {
+ProxySettings CopyProxies(ProxySource* source, ProxyAccounts* accounts) {
     {
         std::lock_guard<std::mutex> lock(gOverrideMutex);
         if (gOverride) {
@@ -257,11 +316,19 @@ ProxySettings CopyProxies(ProxySource* source) {
             return *gOverride;
         }
     }
-    std::optional<ProxySettings> desktop = FromDesktop();
+    ProxyAccounts found;
+    std::optional<ProxySettings> settings = FromDesktop(found);
     if (source != nullptr) {
-        *source = desktop ? ProxySource::Desktop : ProxySource::Environment;
+        *source = settings ? ProxySource::Desktop : ProxySource::Environment;
     }
-    return desktop ? std::move(*desktop) : FromEnvironment();
+    if (!settings) {
+        found = ProxyAccounts{};
+        settings = FromEnvironment(found);
+    }
+    if (accounts != nullptr) {
+        *accounts = found;
+    }
+    return std::move(*settings);
 }
 
 } // namespace Network

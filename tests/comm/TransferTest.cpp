@@ -1,13 +1,19 @@
 #include <gtest/gtest.h>
 #include <httplib.h>
 
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+
 #include <chrono>
+#include <csignal>
 #include <filesystem>
 #include <thread>
 
 #include "comm/CommunicationLibrary.h"
 #include "comm/MyUrlConnection.h"
 #include "tests/support/LoopbackServers.h"
+#include "tests/support/ProxyFixtures.h"
 #include "utils/Conversions.h"
 #include "utils/platform/Platform.h"
 
@@ -39,10 +45,7 @@ protected:
         Platform::SetOsReleaseFiles({scratch.Write("os-release", "VERSION_ID=12\n")});
     }
     std::string Log() const { return ReadFile(scratch / "TemporaryItems/quorvel-logs/log.txt"); }
-    std::string ProxyLog() const {
-        const auto answer = httplib::Client("127.0.0.1", servers.proxy).Get("/log");
-        return answer ? answer->body : "";
-    }
+    void UseMode(bool curl) { curl ? UseCurlMode() : UseUrlLoadingMode(); }
     int Post(const std::string& url, const std::string& document, std::string& reply) {
         return comm.PostDocument(W(url), W(document), reply);
     }
@@ -51,7 +54,9 @@ protected:
     ScratchDir scratch;
     ScopedEnv tmp{"TMPDIR", scratch.path()};
     ScopedEnv http{"http_proxy", std::nullopt}, https{"https_proxy", std::nullopt},
-        httpsUpper{"HTTPS_PROXY", std::nullopt}, noProxy{"no_proxy", std::nullopt};
+        httpsUpper{"HTTPS_PROXY", std::nullopt}, noProxy{"no_proxy", std::nullopt},
+        noProxyUpper{"NO_PROXY", std::nullopt}, all{"all_proxy", std::nullopt},
+        allUpper{"ALL_PROXY", std::nullopt}, httpUpper{"HTTP_PROXY", std::nullopt};
     CommunicationLibrary comm;
 };
 
@@ -67,36 +72,63 @@ TEST_F(TransferTest, ChecksTheUrlLengthThenReachability) {
     EXPECT_FALSE(fs::exists(scratch / "TemporaryItems/quorvel-logs/log.txt")); // nothing logged
 }
 
-TEST_F(TransferTest, UrlLoadingModeAcceptsOnlyStatus200) {
-    UseUrlLoadingMode();
-    ASSERT_FALSE(comm.IsCurlMode());
+// URL-loading mode takes status 200 only and follows redirects keeping the
+// document; curl mode (-f) fails from 400 on, follows none, and reads the
+// reply in 2048-byte chunks.
+TEST_F(TransferTest, RepliesAndStatusesInBothModes) {
     struct Case {
         std::string path;
-        int result;
-        std::string reply;
+        int urlResult;
+        std::string urlReply;
+        int curlResult;
+        std::string curlReply;
     };
+    const int ok = CommunicationLibrary::PostOk, failed = CommunicationLibrary::PostTransferFailed;
+    const std::string doc = "<doc>\xC3\xA9</doc>", kept = "untouched", posted = "POST " + doc;
+    const std::string full = std::string(2048, 'x'), twice = std::string(4096, 'x');
     const Case cases[] = {
-        {"/echo", CommunicationLibrary::PostOk, "<doc>\xC3\xA9</doc>"},
-        {"/headers", CommunicationLibrary::PostOk, "text/xml|Quorvel"},
-        {"/nul", CommunicationLibrary::PostOk, "ab"}, // cut at the zero byte
-        {"/bytes/4096", CommunicationLibrary::PostOk, std::string(4096, 'x')},
-        {"/status/201", CommunicationLibrary::PostTransferFailed, "untouched"},
-        {"/status/204", CommunicationLibrary::PostTransferFailed, "untouched"},
-        {"/status/404", CommunicationLibrary::PostTransferFailed, "untouched"},
-        {"/status/500", CommunicationLibrary::PostTransferFailed, "untouched"},
-        {"/bytes/0", CommunicationLibrary::PostTransferFailed, "untouched"}, // an empty reply fails
+        {"/echo", ok, doc, ok, doc},
+        {"/headers", ok, "text/xml|Quorvel", ok, "text/xml|Quorvel"},
+        {"/nul", ok, "ab", ok, "ab"}, // cut at the zero byte; curl mode loses the chunk's rest
+        {"/bytes/2048", ok, full, ok, full},
+        {"/bytes/4096", ok, twice, ok, twice},
+        {"/status/201", failed, kept, ok, "status"},
+        {"/status/204", failed, kept, ok, ""},
+        {"/status/404", failed, kept, failed, kept},
+        {"/bytes/0", failed, kept, ok, ""}, // an empty reply fails in URL-loading mode
+        {"/redirect/301", ok, posted, ok, ""},
+        {"/redirect/302", ok, posted, ok, ""},
+        {"/redirect/307", ok, posted, ok, ""},
+        {"/redirect/308", ok, posted, ok, ""},
+        {"/redirect/303", ok, "GET ", ok, ""},
+        {"/loop", failed, kept, ok, ""},
+        {"/redirect/302?to=ftp://127.0.0.1/", failed, kept, ok, ""},
     };
-    for (const Case& c : cases) {
-        std::string reply = "untouched";
-        EXPECT_EQ(Post(servers.HttpUrl(c.path), "<doc>\xC3\xA9</doc>", reply), c.result) << c.path;
-        EXPECT_EQ(reply, c.reply) << c.path;
+    for (const bool curl : {false, true}) {
+        UseMode(curl);
+        for (const Case& c : cases) {
+            std::string reply = kept;
+            EXPECT_EQ(Post(servers.HttpUrl(c.path), doc, reply), curl ? c.curlResult : c.urlResult)
+                << c.path << (curl ? " curl" : "");
+            EXPECT_EQ(reply, curl ? c.curlReply : c.urlReply) << c.path << (curl ? " curl" : "");
+        }
     }
-    std::string reply = "untouched";
+    std::string reply = kept;
+    UseUrlLoadingMode();
     const std::string closing = "http://127.0.0.1:" + std::to_string(servers.closing) + "/";
-    EXPECT_EQ(Post(closing, "<x/>", reply), CommunicationLibrary::PostTransferFailed);
-    EXPECT_EQ(Post(servers.HttpsUrl("/echo"), "<x/>", reply),
-              CommunicationLibrary::PostTransferFailed);
-    EXPECT_NE(Log().find("Message: Server response<doc>\xC3\xA9</doc>\n"), std::string::npos);
+    EXPECT_EQ(Post(closing, "<x/>", reply), failed);
+    const std::string log = Log();
+    EXPECT_NE(log.find("Message: Server response" + doc + "\n"), std::string::npos);
+    EXPECT_NE(log.find("Message: curlerrcode original: ErrorCode: 5632\n"),
+              std::string::npos); // exit 22
+    EXPECT_NE(log.find("Message: curlerrcode: ErrorCode: 22\n"), std::string::npos);
+
+    // A missing response file is still a success, with an empty reply.
+    EXPECT_EQ(comm.CurlExternSecureDownload(servers.HttpUrl("/bytes/0"),
+                                            scratch.Write("req", "<x/>"),
+                                            scratch / "TemporaryItems/none.xml", reply),
+              ok);
+    EXPECT_EQ(reply, "");
 }
 
 TEST_F(TransferTest, UrlLoadingModeTimesOutAndStopsPromptly) {
@@ -123,95 +155,44 @@ TEST_F(TransferTest, UrlLoadingModeTimesOutAndStopsPromptly) {
     EXPECT_EQ(defaults.wait(), std::optional<std::string>("<x/>"));
 }
 
-TEST_F(TransferTest, UrlLoadingModeGoesThroughTheSystemProxy) {
-    UseUrlLoadingMode();
-    ScopedEnv proxy("http_proxy", "127.0.0.1:" + std::to_string(servers.proxy));
-    std::string reply;
-    EXPECT_EQ(Post(servers.HttpUrl("/echo"), "<via/>", reply), CommunicationLibrary::PostOk);
-    EXPECT_EQ(reply, "<via/>");
-    EXPECT_NE(ProxyLog().find(servers.HttpUrl("/echo")), std::string::npos);
-}
-
 TEST_F(TransferTest, CurlModeRunsTheDocumentedCommandLine) {
     UseCurlMode();
     ASSERT_TRUE(comm.IsCurlMode());
-    ScopedEnv proxy("https_proxy", "127.0.0.1:" + std::to_string(servers.proxy));
+    testsupport::TinyProxy proxy;
+    ASSERT_TRUE(proxy.ok());
+    ScopedEnv httpsProxy("https_proxy", proxy.Address());
     ScopedEnv plainProxy("http_proxy", "127.0.0.1:1"); // the HTTPS setting is preferred anyway
     std::string reply;
     const std::string url = servers.HttpUrl("/echo");
+    const mode_t umask = ::umask(0); // the files are private whatever the umask
     EXPECT_EQ(Post(url, "<curl/>", reply), CommunicationLibrary::PostOk);
+    ::umask(umask);
     EXPECT_EQ(reply, "<curl/>");
-    EXPECT_NE(ProxyLog().find(url), std::string::npos);
+    EXPECT_EQ(proxy.TakeRequests(), std::vector<std::string>{"POST " + url + " HTTP/1.1"});
 
-    std::vector<std::string> requests, responses;
+    std::string request; // both files stay behind, private
     for (const auto& entry : fs::directory_iterator(scratch / "TemporaryItems")) {
-        const std::string name = entry.path().filename();
-        (name.rfind("request-", 0) == 0 ? requests : responses).push_back(entry.path());
+        if (entry.path().filename().string().rfind("request-", 0) == 0) {
+            request = entry.path();
+        }
     }
-    ASSERT_EQ(requests.size(), 1u);  // both files stay behind
-    ASSERT_EQ(responses.size(), 2u); // and the log folder
-    EXPECT_EQ(ReadFile(requests[0]), "<curl/>");
-    const std::string request = requests[0];
+    EXPECT_EQ(ReadFile(request), "<curl/>");
     const std::string response =
         scratch / "TemporaryItems/response-" + request.substr(request.find("request-") + 8);
+    for (const std::string& file : {request, response}) {
+        struct stat info {};
+        ASSERT_EQ(stat(file.c_str(), &info), 0) << file;
+        EXPECT_EQ(info.st_mode & 0777, 0600u) << file;
+    }
     const std::string expected =
         "/usr/bin/curl  --url " + url + " --connect-timeout 60 -m 70 -f  -s --data-binary @\"" +
         request + "\" -o \"" + response +
-        "\" -H \"Content-Type: text/xml\" -H \"User-Agent: Quorvel\" -x 127.0.0.1:" +
-        std::to_string(servers.proxy);
+        "\" -H \"Content-Type: text/xml\" -H \"User-Agent: Quorvel\" -x " + proxy.Address();
     const std::string log = Log();
     EXPECT_NE(log.find("Message: curl command line: \n" + expected + "\n"), std::string::npos)
         << log;
     EXPECT_NE(log.find("Message: CommLib,proxy required for destination URL\n"), std::string::npos);
     EXPECT_NE(log.find("Message: Server response<curl/>\n"), std::string::npos);
-}
-
-TEST_F(TransferTest, CurlModeResultsAndChunkedReads) {
-    UseCurlMode();
-    struct Case {
-        std::string url;
-        int result;
-        std::string reply;
-    };
-    const Case cases[] = {
-        {servers.HttpUrl("/bytes/2048"), CommunicationLibrary::PostOk, std::string(2048, 'x')},
-        {servers.HttpUrl("/bytes/4096"), CommunicationLibrary::PostOk, std::string(4096, 'x')},
-        {servers.HttpUrl("/status/201"), CommunicationLibrary::PostOk,
-         "status"}, // -f fails from 400 only
-        {servers.HttpUrl("/nul"), CommunicationLibrary::PostOk,
-         "ab"}, // the rest of the chunk is lost
-        {servers.HttpUrl("/status/404"), CommunicationLibrary::PostTransferFailed, "untouched"},
-        {servers.HttpsUrl("/echo"), CommunicationLibrary::PostSecureConnectionFailed, "untouched"},
-    };
-    for (const Case& c : cases) {
-        std::string reply = "untouched";
-        EXPECT_EQ(Post(c.url, "<x/>", reply), c.result) << c.url;
-        EXPECT_EQ(reply, c.reply) << c.url;
-    }
-    const std::string log = Log();
-    EXPECT_NE(log.find("Message: curlerrcode original: ErrorCode: 5632\n"),
-              std::string::npos); // exit 22
-    EXPECT_NE(log.find("Message: curlerrcode: ErrorCode: 22\n"), std::string::npos);
-    EXPECT_NE(log.find("Message: curlerrcode: ErrorCode: 60\n"), std::string::npos);
-
-    // A missing response file is still a success, with an empty reply.
-    std::string reply = "untouched";
-    EXPECT_EQ(comm.CurlExternSecureDownload(servers.HttpUrl("/bytes/0"),
-                                            scratch.Write("req", "<x/>"),
-                                            scratch / "TemporaryItems/none.xml", reply),
-              CommunicationLibrary::PostOk);
-    EXPECT_EQ(reply, "");
-}
-
-TEST_F(TransferTest, CurlModeWithoutATemporaryFolderFails) {
-    UseCurlMode();
-    fs::remove_all(scratch / "TemporaryItems");
-    fs::create_directory_symlink(scratch.path(),
-                                 scratch / "TemporaryItems"); // refused as not private
-    std::string reply = "untouched";
-    EXPECT_EQ(Post(servers.HttpUrl("/echo"), "<x/>", reply),
-              CommunicationLibrary::PostTransferFailed);
-    EXPECT_EQ(reply, "untouched");
 }
 
 TEST_F(TransferTest, ParallelTransfersKeepTheirOwnReplies) {
@@ -225,12 +206,176 @@ TEST_F(TransferTest, ParallelTransfersKeepTheirOwnReplies) {
                              replies[i]);
         });
     }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
     for (std::size_t i = 0; i < replies.size(); ++i) {
+        threads[i].join();
         EXPECT_EQ(replies[i], "<n>" + std::to_string(i) + "</n>");
     }
+}
+
+// Every configuration is stated by the library, then posted in both modes;
+// the route is what the two real proxies saw. The proxy variables curl reads
+// by itself must not change the route in curl mode, nor libcurl's in
+// URL-loading mode.
+TEST_F(TransferTest, EveryProxyConfigurationTakesTheStatedRouteInBothModes) {
+    testsupport::GnomeSettings gnome;
+    testsupport::TinyProxy open, auth("user", "s3cret");
+    ASSERT_TRUE(open.ok() && auth.ok());
+    const std::string o = open.Address(), a = auth.Address(), dead = "127.0.0.1:1";
+    const std::string o6 = "[::1]:" + std::to_string(open.port);
+    const std::string u1 = servers.HttpUrl("/method"), u7 = servers.Http7Url("/method"),
+                      u6 = servers.Http6Url("/method"), us = servers.HttpsUrl("/method"),
+                      ca = servers.Certificate();
+    const auto desktop = [](const testsupport::TinyProxy& proxy, const char* ignore, bool account) {
+        return std::vector<std::string>{
+            "org.gnome.system.proxy mode manual",
+            "org.gnome.system.proxy.http host 127.0.0.1",
+            "org.gnome.system.proxy.http port " + std::to_string(proxy.port),
+            "org.gnome.system.proxy ignore-hosts \"" + std::string(ignore) + "\"",
+            std::string("org.gnome.system.proxy.http use-authentication ") +
+                (account ? "true" : "false"),
+            "org.gnome.system.proxy.http authentication-user user",
+            "org.gnome.system.proxy.http authentication-password s3cret"};
+    };
+    const auto gnomeDefault = desktop(open, "['localhost', '127.0.0.0/8', '::1']", false),
+               gnomeWildcard = desktop(open, "['*.example.com']", false),
+               gnomeAccount = desktop(auth, "[]", true);
+    struct Case {
+        std::vector<std::pair<const char*, std::string>> env;
+        std::vector<std::string> desktop; // empty: GNOME's mode is "none"
+        std::string url, stated;          // stated: the route the library names
+        const testsupport::TinyProxy* via;
+        bool urlOk, curlOk;
+    };
+    const Case cases[] = {
+        {{{"http_proxy", o}}, {}, u1, o, &open, true, true},
+        {{{"http_proxy", o}, {"no_proxy", "127."}}, {}, u1, "", nullptr, true, true},
+        {{{"http_proxy", o}, {"no_proxy", " * "}}, {}, u1, "", nullptr, true, true},
+        {{{"http_proxy", o}, {"NO_PROXY", "127.0.0.0/8"}}, {}, u7, "", nullptr, true, true},
+        {{{"http_proxy", o}, {"no_proxy", "127.0.0.1/32"}}, {}, u7, o, &open, true, true},
+        {{{"http_proxy", o}, {"no_proxy", "localhost, [::1]:80"}}, {}, u6, "", nullptr, true, true},
+        {{{"http_proxy", "http://" + o6}}, {}, u6, o6, &open, true, true},
+        // Credentials reach the proxy in URL-loading mode only.
+        {{{"http_proxy", "http://user:s3cret@" + a}}, {}, u1, a, &auth, true, false},
+        {{{"http_proxy", a}}, {}, u1, a, &auth, false, false},
+        {{{"http_proxy", a}, {"HTTPS_PROXY", o}}, {}, u1, o, &open, true, true}, // HTTPS preferred
+        {{{"https_proxy", o}, {"CURL_CA_BUNDLE", ca}}, {}, us, o, &open, true, true}, // tunnelled
+        {{{"ALL_PROXY", dead}, {"HTTP_PROXY", dead}}, {}, u1, "", nullptr, true, true},
+        // GNOME's settings win over the variables; its default exceptions.
+        {{{"http_proxy", dead}}, gnomeDefault, u7, "", nullptr, true, true},
+        {{{"http_proxy", dead}}, gnomeWildcard, u1, o, &open, true, true},
+        {{}, gnomeAccount, u1, a, &auth, true, false},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE("configuration " + std::to_string(&c - cases));
+        std::vector<std::unique_ptr<ScopedEnv>> env;
+        for (const auto& [name, value] : c.env) {
+            env.push_back(std::make_unique<ScopedEnv>(name, value));
+        }
+        ASSERT_TRUE(gnome.Set(c.desktop.empty() ? std::vector<std::string>{"org.gnome.system.proxy "
+                                                                           "mode none"}
+                                                : c.desktop));
+        EXPECT_EQ(comm.RouteFor(c.url).proxy, c.stated);
+        for (const bool curl : {false, true}) {
+            UseMode(curl);
+            std::string reply;
+            const bool ok = Post(c.url, "<route/>", reply) == CommunicationLibrary::PostOk;
+            const std::string mode = curl ? " (curl mode)" : " (URL-loading mode)";
+            EXPECT_EQ(ok, curl ? c.curlOk : c.urlOk) << mode;
+            EXPECT_EQ(reply, ok ? "POST <route/>" : "") << mode;
+            EXPECT_EQ(!open.TakeRequests().empty(), c.via == &open) << mode;
+            EXPECT_EQ(!auth.TakeRequests().empty(), c.via == &auth) << mode;
+        }
+    }
+    EXPECT_EQ(Log().find("s3cret"), std::string::npos); // never logged
+}
+
+TEST_F(TransferTest, CertificateAuthoritiesAsTheCurlToolFindsThem) {
+    const std::string ca = servers.Certificate(), none = scratch / "none.pem";
+    const std::string folder = scratch / "certs";
+    fs::create_directories(folder);
+    fs::copy_file(ca, folder + "/ca.pem");
+    ASSERT_EQ(std::system(("openssl rehash " + folder + " 2>/dev/null").c_str()), 0);
+    using Env = std::optional<std::string>;
+    struct Case {
+        Env bundle, file, dir;
+        int urlResult, curlResult;
+    };
+    const Env unset;
+    const Case cases[] = {
+        {unset, unset, unset, CommunicationLibrary::PostTransferFailed,
+         CommunicationLibrary::PostSecureConnectionFailed}, // the system store knows no test CA
+        {unset, ca, unset, CommunicationLibrary::PostOk, CommunicationLibrary::PostOk},
+        {unset, unset, folder, CommunicationLibrary::PostOk, CommunicationLibrary::PostOk},
+        {ca, none, none, CommunicationLibrary::PostOk, CommunicationLibrary::PostOk},
+        {std::string(), ca, unset, CommunicationLibrary::PostOk, CommunicationLibrary::PostOk},
+    };
+    for (const Case& c : cases) {
+        ScopedEnv bundle("CURL_CA_BUNDLE", c.bundle), file("SSL_CERT_FILE", c.file),
+            dir("SSL_CERT_DIR", c.dir);
+        for (const bool curl : {false, true}) {
+            UseMode(curl);
+            std::string reply;
+            EXPECT_EQ(Post(servers.HttpsUrl("/echo"), "<tls/>", reply),
+                      curl ? c.curlResult : c.urlResult)
+                << "configuration " << &c - cases << (curl ? " curl" : " url-loading");
+        }
+    }
+}
+
+// Two processes that post in the same second seed the generator alike and
+// draw the same number; each must still send its own document to its own
+// server.
+TEST_F(TransferTest, CurlModeProcessesPostingInTheSameSecondKeepTheirDocuments) {
+    UseCurlMode();
+    std::this_thread::sleep_until(std::chrono::system_clock::time_point(
+        std::chrono::ceil<std::chrono::seconds>(std::chrono::system_clock::now())));
+    const std::string urls[] = {servers.HttpUrl("/method"), servers.Http7Url("/method")};
+    pid_t children[2];
+    for (int i = 0; i < 2; ++i) {
+        children[i] = fork();
+        if (children[i] == 0) {
+            const std::string document = "<n>" + std::to_string(i) + "</n>";
+            std::string reply;
+            const int result = Post(urls[i], document, reply);
+            _exit(result == CommunicationLibrary::PostOk && reply == "POST " + document ? 0 : 1);
+        }
+    }
+    for (const pid_t child : children) {
+        int status = -1;
+        waitpid(child, &status, 0);
+        EXPECT_EQ(status, 0);
+    }
+    int requests = 0;
+    for (const auto& entry : fs::directory_iterator(scratch / "TemporaryItems")) {
+        requests += entry.path().filename().string().rfind("request-", 0) == 0;
+    }
+    EXPECT_EQ(requests, 2);
+}
+
+// A document that cannot be written whole is not sent at all: cut short by a
+// file size limit, or with no private folder to write it in.
+TEST_F(TransferTest, CurlModeNeverSendsHalfADocument) {
+    UseCurlMode();
+    rlimit saved{};
+    getrlimit(RLIMIT_FSIZE, &saved);
+    const auto previous = std::signal(SIGXFSZ, SIG_IGN);
+    rlimit small = saved;
+    small.rlim_cur = 4096; // room for the log line, not for the document
+    setrlimit(RLIMIT_FSIZE, &small);
+    std::string reply = "untouched";
+    const int result = Post(servers.HttpUrl("/echo"), std::string(8192, 'd'), reply);
+    setrlimit(RLIMIT_FSIZE, &saved);
+    std::signal(SIGXFSZ, previous);
+    EXPECT_EQ(result, CommunicationLibrary::PostTransferFailed);
+    EXPECT_EQ(reply, "untouched");
+    EXPECT_NE(Log().find("Message: curlexec err,file = nil\n"), std::string::npos);
+    EXPECT_EQ(Log().find("curl command line"), std::string::npos);
+
+    fs::remove_all(scratch / "TemporaryItems");
+    fs::create_directory_symlink(scratch.path(), scratch / "TemporaryItems"); // not private
+    EXPECT_EQ(Post(servers.HttpUrl("/echo"), "<x/>", reply),
+              CommunicationLibrary::PostTransferFailed);
+    EXPECT_EQ(reply, "untouched");
 }
 
 } // namespace

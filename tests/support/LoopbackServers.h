@@ -20,7 +20,7 @@ public:
         const std::string cert = certs_ / "cert.pem", key = certs_ / "key.pem";
         const std::string make =
             "openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes -days 1"
-            " -subj /CN=127.0.0.1 -keyout " +
+            " -subj /CN=127.0.0.1 -addext subjectAltName=IP:127.0.0.1 -keyout " +
             key + " -out " + cert + " 2>/dev/null";
         if (std::system(make.c_str()) != 0) {
             return;
@@ -43,8 +43,8 @@ public:
         close(fromChild[1]);
         input_ = toChild[1];
         std::FILE* out = fdopen(fromChild[0], "r");
-        if (out == nullptr || std::fscanf(out, "http=%d https=%d proxy=%d close=%d", &http, &https,
-                                          &proxy, &closing) != 4) {
+        if (out == nullptr || std::fscanf(out, "http=%d https=%d close=%d http7=%d http6=%d", &http,
+                                          &https, &closing, &http7, &http6) != 5) {
             http = 0;
         }
         if (out != nullptr) {
@@ -61,12 +61,22 @@ public:
     bool ok() const { return http > 0; }
     std::string HttpUrl(const std::string& path) const { return Url("http", http, path); }
     std::string HttpsUrl(const std::string& path) const { return Url("https", https, path); }
+    // The server on 127.0.0.7 and the one on [::1].
+    std::string Http7Url(const std::string& path) const {
+        return Url("http", http7, path, "127.0.0.7");
+    }
+    std::string Http6Url(const std::string& path) const {
+        return Url("http", http6, path, "[::1]");
+    }
+    // The self-signed certificate of the HTTPS server, the test's private CA.
+    std::string Certificate() const { return certs_ / "cert.pem"; }
 
-    int http = 0, https = 0, proxy = 0, closing = 0;
+    int http = 0, https = 0, closing = 0, http7 = 0, http6 = 0;
 
 private:
-    static std::string Url(const char* scheme, int port, const std::string& path) {
-        return std::string(scheme) + "://127.0.0.1:" + std::to_string(port) + path;
+    static std::string Url(const char* scheme, int port, const std::string& path,
+                           const char* host = "127.0.0.1") {
+        return std::string(scheme) + "://" + host + ":" + std::to_string(port) + path;
     }
     ScratchDir certs_;
     pid_t pid_ = -1;

@@ -68,6 +68,11 @@ int Proxy(const std::vector<std::string>& args, Report& report) {
                            : std::get_if<std::vector<std::string>>(&exceptions->second);
     report.Add("exceptions", list ? *list : std::vector<std::string>{});
     report.Add("proxy_required", comm.IsProxyRequiredFor(args[0].c_str()));
+    // Both modes take this route; credentials are named, never shown.
+    const CommunicationLibrary::ProxyRoute route = comm.RouteFor(args[0]);
+    report.Add("route", route.proxy.empty() ? std::string("direct") : "proxy " + route.proxy);
+    report.Add("proxy_credentials",
+               std::string(route.hasCredentials ? "sent in url-loading mode only" : "none"));
     const std::string option = comm.CurlProxyOption(args[0]);
     report.Add("curl_option", option.empty() ? option : option.substr(1));
     return 0;
@@ -209,7 +214,7 @@ int Encode(const std::vector<std::string>& args, Report& report) {
 const std::vector<Command>& Commands() {
     static const std::vector<Command> commands = {
         {"sysinfo", "", "every system information query with its value", SysInfo},
-        {"proxy", "URL", "the proxy settings in use, whether URL needs one, and curl's -x option",
+        {"proxy", "URL", "the proxy settings in use, whether URL needs one, the route both modes take",
          Proxy},
         {"reach", "URL", "whether the URL's host is reachable (exit 1 when not)", Reach},
         {"post", "URL FILE [--curl]", "post the XML file as the library does (--curl: curl mode)",

@@ -1,0 +1,133 @@
+// Real proxy sources for the transport tests: a tinyproxy on loopback that
+// tells which requests it carried, and GNOME proxy settings written with
+// gsettings into a private dconf database.
+#pragma once
+
+#include <arpa/inet.h>
+#include <fcntl.h>
+#include <netinet/in.h>
+#include <signal.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "tests/support/ScratchDir.h"
+
+namespace testsupport {
+
+// A TCP socket bound to a free port of 127.0.0.1, which goes to `port`.
+inline int BindLoopback(int& port) {
+    const int fd = socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t length = sizeof address;
+    bind(fd, reinterpret_cast<sockaddr*>(&address), length);
+    getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length);
+    port = ntohs(address.sin_port);
+    return fd;
+}
+
+// A tinyproxy listening on 127.0.0.1 and [::1], asking for Basic
+// credentials when `user` is given. Stopped when destroyed.
+class TinyProxy {
+public:
+    explicit TinyProxy(const std::string& user = "", const std::string& password = "")
+        : port(FreePort()) {
+        std::string config = "Port " + std::to_string(port) +
+                             "\nListen 127.0.0.1\nListen ::1\nTimeout 30\nMaxClients 20\n"
+                             "LogLevel Info\nLogFile \"" +
+                             log_ + "\"\n";
+        if (!user.empty()) {
+            config += "BasicAuth " + user + " " + password + "\n";
+        }
+        const std::string file = folder_.Write("tinyproxy.conf", config);
+        pid_ = fork();
+        if (pid_ == 0) {
+            const int null = open("/dev/null", O_WRONLY);
+            dup2(null, 1);
+            dup2(null, 2);
+            execlp("tinyproxy", "tinyproxy", "-d", "-c", file.c_str(), nullptr);
+            _exit(127);
+        }
+        for (int i = 0; i < 100 && !ok(); ++i) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        }
+    }
+    ~TinyProxy() {
+        if (pid_ > 0) {
+            kill(pid_, SIGTERM);
+            waitpid(pid_, nullptr, 0);
+        }
+    }
+    // True once the proxy has said that it accepts connections.
+    bool ok() const {
+        return pid_ > 0 && ReadFile(log_).find("Accepting connections") != std::string::npos;
+    }
+    std::string Address() const { return "127.0.0.1:" + std::to_string(port); }
+
+    // The requests carried since the last call, one "METHOD target" each.
+    std::vector<std::string> TakeRequests() {
+        const std::string log = ReadFile(log_);
+        std::vector<std::string> requests;
+        const std::string mark = "Request (file descriptor ";
+        for (std::size_t at = log.find(mark, read_); at != std::string::npos;
+             at = log.find(mark, at + 1)) {
+            const std::size_t start = log.find("): ", at) + 3;
+            requests.push_back(log.substr(start, log.find('\n', start) - start));
+        }
+        read_ = log.size();
+        return requests;
+    }
+
+    const int port;
+
+private:
+    static int FreePort() {
+        int port = 0;
+        close(BindLoopback(port));
+        return port;
+    }
+    ScratchDir folder_;
+    std::string log_ = folder_ / "tinyproxy.log";
+    std::size_t read_ = 0;
+    pid_t pid_ = -1;
+};
+
+// GNOME settings in a fresh home: written by gsettings through dconf in a
+// D-Bus session of its own, read back by this process from that private
+// database. Make it before this process first asks GLib for its folders.
+class GnomeSettings {
+public:
+    GnomeSettings() { mkdir(runtime_.c_str(), 0700); }
+
+    // Runs `gsettings set` with each line of shell words ("SCHEMA KEY VALUE").
+    bool Set(const std::vector<std::string>& lines) const {
+        std::string script;
+        for (const std::string& line : lines) {
+            script += "gsettings set " + line + " || exit 1\n";
+        }
+        const std::string file = home_.Write("settings.sh", script);
+        const std::string command = "dbus-run-session -- sh " + file + " >/dev/null 2>&1";
+        return std::system(command.c_str()) == 0;
+    }
+
+private:
+    ScratchDir home_;
+    std::string runtime_ = home_ / "runtime";
+    ScopedEnv homeEnv_{"HOME", home_.path()};
+    ScopedEnv config_{"XDG_CONFIG_HOME", home_ / "config"};
+    ScopedEnv runtimeEnv_{"XDG_RUNTIME_DIR", runtime_};
+    ScopedEnv backend_{"GSETTINGS_BACKEND", std::string("dconf")};
+    // No session bus of the user's, and none started on demand.
+    ScopedEnv bus_{"DBUS_SESSION_BUS_ADDRESS", "unix:path=" + home_ / "no-bus"};
+};
+
+} // namespace testsupport

@@ -28,15 +28,13 @@ void Check(bool condition) {
 // The UTF-8 conversions with each vector kernel version this processor has
 // give what they give with the scalar one.
 void CheckKernelsAgree(const std::string& bytes, const fn::fn_wstring& wide) {
-    using utf8kernels::Isa;
-    utf8kernels::Select(Isa::kScalar);
+    utf8kernels::Select(utf8kernels::Isa::kScalar);
     const fn::fn_wstring decoded = Utils::utf8towstring(bytes);
     const std::string encoded = Utils::wstring2utf8(wide);
-    for (const Isa isa : {Isa::kSse2, Isa::kAvx2}) {
-        if (utf8kernels::Select(isa)) {
-            Check(Utils::utf8towstring(bytes) == decoded);
-            Check(Utils::wstring2utf8(wide) == encoded);
-        }
+    for (const utf8kernels::Isa isa : kernelchoice::SupportedIsas()) {
+        utf8kernels::Select(isa);
+        Check(Utils::utf8towstring(bytes) == decoded);
+        Check(Utils::wstring2utf8(wide) == encoded);
     }
 }
 

@@ -7,6 +7,7 @@
 #pragma once
 
 #include <atomic>
+#include <vector>
 
 namespace kernelchoice {
 
@@ -19,6 +20,18 @@ inline bool Supported(Isa isa) {
 #else
     return isa == Isa::kScalar;
 #endif
+}
+
+// Every instruction set this processor and build can run, the best last:
+// what tests and fuzzers force in turn.
+inline std::vector<Isa> SupportedIsas() {
+    std::vector<Isa> isas;
+    for (const Isa isa : {Isa::kScalar, Isa::kSse2, Isa::kAvx2}) {
+        if (Supported(isa)) {
+            isas.push_back(isa);
+        }
+    }
+    return isas;
 }
 
 template <typename Kernels> class Choice {

@@ -116,16 +116,13 @@ std::string ReferenceEncode(const fn_wstring& text) {
 }
 
 // Each kernel version this processor can run, forced in turn; the best one
-// is back in use afterwards.
+// stays in use afterwards.
 template <typename Body> void OnEveryPath(Body body) {
-    using utf8kernels::Isa;
-    for (const Isa isa : {Isa::kScalar, Isa::kSse2, Isa::kAvx2}) {
-        if (utf8kernels::Select(isa)) {
-            SCOPED_TRACE("kernel set " + std::to_string(static_cast<int>(isa)));
-            body();
-        }
+    for (const utf8kernels::Isa isa : kernelchoice::SupportedIsas()) {
+        ASSERT_TRUE(utf8kernels::Select(isa));
+        SCOPED_TRACE("kernel set " + std::to_string(static_cast<int>(isa)));
+        body();
     }
-    utf8kernels::Select(Isa::kAvx2) || utf8kernels::Select(Isa::kSse2);
 }
 
 // Every sequence kind (truncated, stray and ending ones included) at every

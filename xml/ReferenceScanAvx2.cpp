@@ -17,6 +17,26 @@ struct Avx2 {
     static Vec Eq(Vec a, Vec b) { return _mm256_cmpeq_epi8(a, b); }
     static Vec Or(Vec a, Vec b) { return _mm256_or_si256(a, b); }
     static Vec And(Vec a, Vec b) { return _mm256_and_si256(a, b); }
+    static std::size_t Sum(Vec v) {
+        const Vec sums = _mm256_sad_epu8(v, _mm256_setzero_si256());
+        const __m128i pairs =
+            _mm_add_epi64(_mm256_castsi256_si128(sums), _mm256_extracti128_si256(sums, 1));
+        return static_cast<std::size_t>(_mm_cvtsi128_si64(pairs) + _mm_extract_epi16(pairs, 4));
+    }
+    // By nibbles: & " ' are 0x2_, < > 0x3_, CR LF 0x0_, and each high nibble
+    // has its own bit that the low nibble's entry must share.
+    static Vec Specials(Vec v) {
+        const Vec byLow = _mm256_setr_epi8(0, 0, 1, 0, 0, 0, 1, 1, 0, 0, 4, 0, 2, 4, 2, 0, //
+                                           0, 0, 1, 0, 0, 0, 1, 1, 0, 0, 4, 0, 2, 4, 2, 0);
+        const Vec byHigh = _mm256_setr_epi8(4, 0, 1, 2, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, //
+                                            4, 0, 1, 2, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0);
+        const Vec high = _mm256_and_si256(_mm256_srli_epi16(v, 4), _mm256_set1_epi8(0x0F));
+        // A byte of 0x80 or above picks 0 from the low table.
+        const Vec both =
+            _mm256_and_si256(_mm256_shuffle_epi8(byLow, v), _mm256_shuffle_epi8(byHigh, high));
+        return _mm256_xor_si256(_mm256_cmpeq_epi8(both, _mm256_setzero_si256()),
+                                _mm256_set1_epi8(-1));
+    }
     static unsigned Mask(Vec v) { return static_cast<unsigned>(_mm256_movemask_epi8(v)); }
 };
 

@@ -5,11 +5,14 @@
 //   V::Load(p), V::Store(p, v)   unaligned
 //   V::Splat(c), V::Eq(a, b), V::Or(a, b), V::And(a, b)
 //   V::Mask(v)               one bit per byte, from each byte's top bit
+//   V::Sum(v)                the sum of the bytes
+//   V::Specials(v)           0xFF for the bytes that need escaping, else 0
 //
 // The blocks are handled here and the rest is left to the scalar kernels;
 // what each kernel does is in ReferenceScan.h.
 #pragma once
 
+#include <cstdint>
 #include <cstring>
 
 #include "xml/ReferenceScan.h"
@@ -17,39 +20,71 @@
 namespace xmlscan {
 namespace vector {
 
-// The bytes that need escaping.
-template <typename V> typename V::Vec Specials(typename V::Vec v) {
-    using W = typename V::Vec;
-    const W markup = V::Or(V::Or(V::Eq(v, V::Splat('&')), V::Eq(v, V::Splat('"'))),
-                           V::Or(V::Eq(v, V::Splat('\'')), V::Eq(v, V::Splat('<'))));
-    const W lineEnds = V::Or(V::Eq(v, V::Splat('\r')), V::Eq(v, V::Splat('\n')));
-    return V::Or(V::Or(markup, V::Eq(v, V::Splat('>'))), lineEnds);
+// The bytes that need escaping, by comparison with each: for vector types
+// without a faster way.
+template <typename V> typename V::Vec CompareSpecials(typename V::Vec v) {
+    const auto is = [v](char c) { return V::Eq(v, V::Splat(c)); };
+    const typename V::Vec markup = V::Or(V::Or(is('&'), is('"')), V::Or(is('\''), is('<')));
+    const typename V::Vec lineEnds = V::Or(is('\r'), is('\n'));
+    return V::Or(V::Or(markup, is('>')), lineEnds);
 }
 
-// Each block is stored as it is; at each byte that needs escaping the
-// escape goes in and the rest of the block is stored again behind it.
+// Copies `length` bytes, in whole vectors: up to two more than asked are
+// written, and read.
+template <typename V> void CopyRun(const char* from, std::size_t length, char* to) {
+    V::Store(to, V::Load(from));
+    V::Store(to + V::kWidth, V::Load(from + V::kWidth));
+    for (std::size_t c = 2 * V::kWidth; c < length; c += V::kWidth) {
+        V::Store(to + c, V::Load(from + c));
+    }
+}
+
+// Two passes over spans of the text: the first lists where the bytes that
+// need escaping are, the second copies the runs between them and puts in
+// the escapes. Both do the same few steps for almost every block or byte,
+// where a loop over each block's bytes would mispredict its end every time.
 template <typename V> std::size_t Escape(const char* in, std::size_t n, char* out) {
     constexpr std::size_t kWidth = V::kWidth;
+    constexpr std::size_t kSpan = 1024;
+    constexpr std::size_t kSteps = kWidth / 8; // more specials in a block are rare
+    // Runs are copied in whole vectors: the spans end two vectors early.
+    const std::size_t covered = n >= 2 * kWidth ? (n - 2 * kWidth) / kWidth * kWidth : 0;
+    std::uint16_t positions[kSpan + 64];
     char* w = out;
-    std::size_t i = 0;
-    for (; i + 2 * kWidth <= n; i += kWidth) {
-        const typename V::Vec v = V::Load(in + i);
-        auto mask = V::Mask(Specials<V>(v));
-        V::Store(w, v);
-        std::size_t start = 0; // the first byte of the block not yet written
-        while (mask != 0) {
-            const std::size_t k = __builtin_ctzll(mask);
-            w += k - start;
-            const EscapedByte& escape = kEscapes[static_cast<unsigned char>(in[i + k])];
+    for (std::size_t base = 0; base < covered; base += kSpan) {
+        const std::size_t end = base + kSpan < covered ? base + kSpan : covered;
+        std::size_t count = 0;
+        for (std::size_t b = base; b < end; b += kWidth) {
+            const typename V::Vec specials = V::Specials(V::Load(in + b));
+            std::uint64_t mask = V::Mask(specials);
+            const std::size_t found = V::Sum(V::And(specials, V::Splat(1)));
+            const auto list = [&](std::size_t s) {
+                const std::size_t k = __builtin_ctzll(mask | (std::uint64_t{1} << 63));
+                positions[count + s] = static_cast<std::uint16_t>(b - base + k);
+                mask &= mask - 1;
+            };
+            for (std::size_t s = 0; s < kSteps; ++s) {
+                list(s);
+            }
+            for (std::size_t s = kSteps; s < found; ++s) {
+                list(s);
+            }
+            count += found;
+        }
+        std::size_t run = base;
+        for (std::size_t j = 0; j < count; ++j) {
+            const std::size_t k = base + positions[j];
+            CopyRun<V>(in + run, k - run, w);
+            w += k - run;
+            const EscapedByte& escape = kEscapes[static_cast<unsigned char>(in[k])];
             std::memcpy(w, escape.bytes, sizeof escape.bytes);
             w += escape.length;
-            start = k + 1;
-            V::Store(w, V::Load(in + i + start));
-            mask &= mask - 1;
+            run = k + 1;
         }
-        w += kWidth - start;
+        CopyRun<V>(in + run, end - run, w);
+        w += end - run;
     }
-    return (w - out) + EscapeScalar(in + i, n - i, w);
+    return (w - out) + EscapeScalar(in + covered, n - covered, w);
 }
 
 // Plain bytes are stored a block at a time; each "&" is decoded by

@@ -16,7 +16,9 @@ enum class Isa { kScalar, kSse2, kAvx2 };
 // True when this processor and build can run `isa`'s kernels.
 inline bool Supported(Isa isa) {
 #if defined(__x86_64__)
-    return isa != Isa::kAvx2 || __builtin_cpu_supports("avx2");
+    __builtin_cpu_init(); // the choice may be made before static constructors have run
+    return isa != Isa::kAvx2 ||
+           (__builtin_cpu_supports("avx2") && __builtin_cpu_supports("popcnt"));
 #else
     return isa == Isa::kScalar;
 #endif

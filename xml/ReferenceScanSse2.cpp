@@ -16,8 +16,8 @@ struct Sse2 {
     static Vec Eq(Vec a, Vec b) { return _mm_cmpeq_epi8(a, b); }
     static Vec Or(Vec a, Vec b) { return _mm_or_si128(a, b); }
     static Vec And(Vec a, Vec b) { return _mm_and_si128(a, b); }
-    static std::size_t Sum(Vec v) {
-        const Vec sums = _mm_sad_epu8(v, _mm_setzero_si128());
+    static std::size_t Count(Vec v, unsigned /*mask*/) {
+        const Vec sums = _mm_sad_epu8(_mm_and_si128(v, _mm_set1_epi8(1)), _mm_setzero_si128());
         return static_cast<std::size_t>(_mm_cvtsi128_si64(sums) + _mm_extract_epi16(sums, 4));
     }
     static Vec Specials(Vec v) { return vector::CompareSpecials<Sse2>(v); }

@@ -5,7 +5,7 @@
 //   V::Load(p), V::Store(p, v)   unaligned
 //   V::Splat(c), V::Eq(a, b), V::Or(a, b), V::And(a, b)
 //   V::Mask(v)               one bit per byte, from each byte's top bit
-//   V::Sum(v)                the sum of the bytes
+//   V::Count(v, mask)        how many bytes of `v` are 0xFF; `mask` is V::Mask(v)
 //   V::Specials(v)           0xFF for the bytes that need escaping, else 0
 //
 // The blocks are handled here and the rest is left to the scalar kernels;
@@ -46,7 +46,7 @@ template <typename V> void CopyRun(const char* from, std::size_t length, char* t
 template <typename V> std::size_t Escape(const char* in, std::size_t n, char* out) {
     constexpr std::size_t kWidth = V::kWidth;
     constexpr std::size_t kSpan = 1024;
-    constexpr std::size_t kSteps = kWidth / 8; // more specials in a block are rare
+    constexpr std::size_t kSteps = kWidth / 16 + 1; // more specials in a block are rare
     // Runs are copied in whole vectors: the spans end two vectors early.
     const std::size_t covered = n >= 2 * kWidth ? (n - 2 * kWidth) / kWidth * kWidth : 0;
     std::uint16_t positions[kSpan + 64];
@@ -57,7 +57,7 @@ template <typename V> std::size_t Escape(const char* in, std::size_t n, char* ou
         for (std::size_t b = base; b < end; b += kWidth) {
             const typename V::Vec specials = V::Specials(V::Load(in + b));
             std::uint64_t mask = V::Mask(specials);
-            const std::size_t found = V::Sum(V::And(specials, V::Splat(1)));
+            const std::size_t found = V::Count(specials, mask);
             const auto list = [&](std::size_t s) {
                 const std::size_t k = __builtin_ctzll(mask | (std::uint64_t{1} << 63));
                 positions[count + s] = static_cast<std::uint16_t>(b - base + k);

@@ -65,7 +65,7 @@ bool XMLUtility::ConvertStringUTF8ToEntityReference(const std::string& text, std
     // A step at a time through a buffer that stays in cache, so that the
     // result is written once and never sized for the worst case.
     const xmlscan::EscapeFn escape = xmlscan::Active().escape;
-    constexpr std::size_t kStep = 2048;
+    constexpr std::size_t kStep = 4096;
     char buffer[6 * kStep + xmlscan::kSlack];
     result.reserve(text.size() + text.size() / 8);
     for (std::size_t i = 0; i < text.size(); i += kStep) {

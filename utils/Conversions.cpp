@@ -92,15 +92,21 @@ fn::fn_wstring utf8towstring(const std::string& text) {
     const utf8kernels::DecodeFn decode = utf8kernels::Active().decode;
     const std::size_t n = text.size();
     const auto* s = reinterpret_cast<const unsigned char*>(text.data());
-    constexpr std::size_t kStep = 1024; // bytes a step, so that the elements stay in cache
-    wchar_t buffer[kStep + utf8kernels::kDecodeSlack];
+    // Decoded in place, a step at a time: zero-filling a step that stays in
+    // cache and writing over it costs less than appending small pieces to a
+    // large result, whose fresh pages then fault one by one.
+    constexpr std::size_t kStep = 16384; // bytes a step; never more elements than bytes
     fn::fn_wstring out;
-    out.reserve(n); // never more elements than bytes
+    out.reserve(n + utf8kernels::kDecodeSlack);
+    std::size_t count = 0;
     utf8kernels::DecodeResult step{0, 0, false};
     while (!step.ended && step.next < n) {
-        step = decode(s, n, step.next, std::min(n, step.next + kStep), buffer);
-        out.append(buffer, step.count);
+        const std::size_t limit = std::min(n, step.next + kStep);
+        out.resize(count + (limit - step.next) + utf8kernels::kDecodeSlack);
+        step = decode(s, n, step.next, limit, out.data() + count);
+        count += step.count;
     }
+    out.resize(count);
     return out;
 }
 

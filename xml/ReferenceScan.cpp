@@ -95,7 +95,7 @@ std::size_t DecodeEntityAt(const char* p, const char* end, char* out) {
     return used;
 }
 
-std::size_t EscapeScalar(const char* in, std::size_t n, char* out) {
+std::size_t EscapeScalar(const char* in, std::size_t n, std::size_t /*readable*/, char* out) {
     char* w = out;
     for (std::size_t i = 0; i < n; ++i) {
         const EscapedByte& escape = kEscapes[static_cast<unsigned char>(in[i])];

@@ -23,8 +23,9 @@ constexpr std::size_t kSlack = 64;
 
 // Escapes & " ' < > CR LF as &amp; &quot; &apos; &lt; &gt; &#13; &#10; from
 // the `n` bytes at `in` into `out`, which has room for `6 * n + kSlack`
-// bytes; returns the bytes written.
-using EscapeFn = std::size_t (*)(const char* in, std::size_t n, char* out);
+// bytes; returns the bytes written. The `readable` bytes at `in` (at least
+// `n`) may be read.
+using EscapeFn = std::size_t (*)(const char* in, std::size_t n, std::size_t readable, char* out);
 
 // Decodes &quot; &amp; &apos; &lt; &gt; as the five passes in that order
 // would (see `DecodeEntityAt`) into `out`, which has room for `n + kSlack`
@@ -62,7 +63,7 @@ extern const std::array<EscapedByte, 256> kEscapes;
 std::size_t DecodeEntityAt(const char* p, const char* end, char* out);
 
 // The scalar references.
-std::size_t EscapeScalar(const char* in, std::size_t n, char* out);
+std::size_t EscapeScalar(const char* in, std::size_t n, std::size_t readable, char* out);
 std::size_t DecodeScalar(const char* in, std::size_t n, char* out);
 std::size_t RemoveScalar(const char* in, std::size_t n, char* out);
 std::size_t FindScalar(const char* text, std::size_t n, std::size_t from, const char* key,

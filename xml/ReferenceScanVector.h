@@ -43,12 +43,15 @@ template <typename V> void CopyRun(const char* from, std::size_t length, char* t
 // need escaping are, the second copies the runs between them and puts in
 // the escapes. Both do the same few steps for almost every block or byte,
 // where a loop over each block's bytes would mispredict its end every time.
-template <typename V> std::size_t Escape(const char* in, std::size_t n, char* out) {
+template <typename V>
+std::size_t Escape(const char* in, std::size_t n, std::size_t readable, char* out) {
     constexpr std::size_t kWidth = V::kWidth;
     constexpr std::size_t kSpan = 1024;
     constexpr std::size_t kSteps = kWidth / 16 + 1; // more specials in a block are rare
-    // Runs are copied in whole vectors: the spans end two vectors early.
-    const std::size_t covered = n >= 2 * kWidth ? (n - 2 * kWidth) / kWidth * kWidth : 0;
+    // Runs are copied in whole vectors: the spans end two vectors before the
+    // end of what may be read.
+    const std::size_t room = readable >= 2 * kWidth ? readable - 2 * kWidth : 0;
+    const std::size_t covered = (n < room ? n : room) / kWidth * kWidth;
     std::uint16_t positions[kSpan + 64];
     char* w = out;
     for (std::size_t base = 0; base < covered; base += kSpan) {
@@ -84,7 +87,7 @@ template <typename V> std::size_t Escape(const char* in, std::size_t n, char* ou
         CopyRun<V>(in + run, end - run, w);
         w += end - run;
     }
-    return (w - out) + EscapeScalar(in + covered, n - covered, w);
+    return (w - out) + EscapeScalar(in + covered, n - covered, n - covered, w);
 }
 
 // Plain bytes are stored a block at a time; each "&" is decoded by

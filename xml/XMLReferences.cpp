@@ -62,16 +62,21 @@ bool XMLUtility::ConvertStringUTF8ToEntityReference(const std::string& text, std
     if (text.empty()) {
         return false;
     }
-    // A step at a time through a buffer that stays in cache, so that the
-    // result is written once and never sized for the worst case.
+    // Escaped in place a step at a time, the result kept sized for the
+    // step's worst case: each step zero-fills only as much as the step before
+    // wrote, which is in cache when this step writes over it. Cheaper than
+    // copying each step's output in, and never sized for the whole text's
+    // worst case.
     const xmlscan::EscapeFn escape = xmlscan::Active().escape;
     constexpr std::size_t kStep = 4096;
-    char buffer[6 * kStep + xmlscan::kSlack];
-    result.reserve(text.size() + text.size() / 8);
+    result.reserve(text.size() + text.size() / 8 + 6 * kStep + xmlscan::kSlack);
+    std::size_t written = 0;
     for (std::size_t i = 0; i < text.size(); i += kStep) {
         const std::size_t count = std::min(kStep, text.size() - i);
-        result.append(buffer, escape(text.data() + i, count, buffer));
+        result.resize(written + 6 * count + xmlscan::kSlack);
+        written += escape(text.data() + i, count, text.size() - i, result.data() + written);
     }
+    result.resize(written);
     return true;
 }
 

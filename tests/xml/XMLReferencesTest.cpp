@@ -134,8 +134,14 @@ TEST(XMLReferences, EveryScanMatchesTheDocumentedPasses) {
 }
 
 std::string Scanned(xmlscan::DecodeFn scan, const char* in, std::size_t n) {
-    std::string out(6 * n + xmlscan::kSlack, '\0');
+    std::string out(n + xmlscan::kSlack, '\0');
     out.resize(scan(in, n, out.data()));
+    return out;
+}
+
+std::string Escaped(xmlscan::EscapeFn escape, const char* in, std::size_t n, std::size_t readable) {
+    std::string out(6 * n + xmlscan::kSlack, '\0');
+    out.resize(escape(in, n, readable, out.data()));
     return out;
 }
 
@@ -156,7 +162,10 @@ TEST(XMLReferences, EveryScanWorksAtEveryAlignmentAndLength) {
             for (std::size_t n = 0; n <= text.size(); n += n < 160 ? 1 : 7) {
                 ASSERT_EQ(Scanned(scan.decode, p, n), Scanned(xmlscan::DecodeScalar, p, n)) << n;
                 ASSERT_EQ(Scanned(scan.remove, p, n), Scanned(xmlscan::RemoveScalar, p, n)) << n;
-                ASSERT_EQ(Scanned(scan.escape, p, n), Scanned(xmlscan::EscapeScalar, p, n)) << n;
+                // Bytes behind the ones to escape may be read, not escaped.
+                ASSERT_EQ(Escaped(scan.escape, p, n, text.size()),
+                          Escaped(xmlscan::EscapeScalar, p, n, n))
+                    << n;
                 for (const char* key : {"</item>", "&", "#;&#"}) {
                     ASSERT_EQ(scan.find(p, n, 0, key, std::strlen(key)),
                               xmlscan::FindScalar(p, n, 0, key, std::strlen(key)))

@@ -7,11 +7,6 @@
 namespace xmlscan {
 namespace {
 
-// True when `key` (of `length` bytes) stands at `p`, with `end` the text's end.
-bool KeyAt(const char* p, const char* end, const char* key, std::size_t length) {
-    return static_cast<std::size_t>(end - p) >= length && std::memcmp(p, key, length) == 0;
-}
-
 // The escape for a byte, or null when it stands for itself.
 constexpr const char* EscapeFor(unsigned char byte) {
     switch (byte) {
@@ -63,37 +58,6 @@ extern const std::array<EscapedByte, 256> kEscapes = [] {
     }
     return table;
 }();
-
-std::size_t DecodeEntityAt(const char* p, const char* end, char* out) {
-    if (KeyAt(p, end, "&quot;", 6)) {
-        *out = '"';
-        return 6;
-    }
-    const bool amp = KeyAt(p, end, "&amp;", 5);
-    const char* name = amp ? p + 5 : p + 1;
-    const std::size_t used = name - p;
-    if (name < end) {
-        switch (*name) {
-        case 'a':
-            if (KeyAt(name, end, "apos;", 5)) {
-                *out = '\'';
-                return used + 5;
-            }
-            break;
-        case 'l':
-        case 'g':
-            if (KeyAt(name + 1, end, "t;", 2)) {
-                *out = *name == 'l' ? '<' : '>';
-                return used + 3;
-            }
-            break;
-        default:
-            break;
-        }
-    }
-    *out = '&';
-    return used;
-}
 
 std::size_t EscapeScalar(const char* in, std::size_t n, std::size_t /*readable*/, char* out) {
     char* w = out;

@@ -9,6 +9,7 @@
 
 #include <array>
 #include <cstddef>
+#include <cstring>
 
 #include "utils/KernelChoice.h"
 
@@ -57,10 +58,50 @@ struct EscapedByte {
 };
 extern const std::array<EscapedByte, 256> kEscapes;
 
+// Internal linkage: every file, whatever instruction set it is compiled
+// for, inlines its own copy.
+namespace {
+
+// True when `key` (of `length` bytes) stands at `p`, with `end` the text's end.
+inline bool KeyAt(const char* p, const char* end, const char* key, std::size_t length) {
+    return static_cast<std::size_t>(end - p) >= length && std::memcmp(p, key, length) == 0;
+}
+
 // Decodes the reference at `p` (an "&") into `*out` and returns the bytes it
 // used: &quot; first, then &amp;, whose "&" may start &apos; &lt; or &gt;
 // in turn, as the later passes would see it. Any other "&" stands for itself.
-std::size_t DecodeEntityAt(const char* p, const char* end, char* out);
+inline std::size_t DecodeEntityAt(const char* p, const char* end, char* out) {
+    if (KeyAt(p, end, "&quot;", 6)) {
+        *out = '"';
+        return 6;
+    }
+    const bool amp = KeyAt(p, end, "&amp;", 5);
+    const char* name = amp ? p + 5 : p + 1;
+    const std::size_t used = name - p;
+    if (name < end) {
+        switch (*name) {
+        case 'a':
+            if (KeyAt(name, end, "apos;", 5)) {
+                *out = '\'';
+                return used + 5;
+            }
+            break;
+        case 'l':
+        case 'g':
+            if (KeyAt(name + 1, end, "t;", 2)) {
+                *out = *name == 'l' ? '<' : '>';
+                return used + 3;
+            }
+            break;
+        default:
+            break;
+        }
+    }
+    *out = '&';
+    return used;
+}
+
+} // namespace
 
 // The scalar references.
 std::size_t EscapeScalar(const char* in, std::size_t n, std::size_t readable, char* out);

@@ -95,7 +95,7 @@ fn::fn_wstring utf8towstring(const std::string& text) {
     // Decoded in place, a step at a time: zero-filling a step that stays in
     // cache and writing over it costs less than appending small pieces to a
     // large result, whose fresh pages then fault one by one.
-    constexpr std::size_t kStep = 16384; // bytes a step; never more elements than bytes
+    constexpr std::size_t kStep = 65536; // bytes a step; never more elements than bytes
     fn::fn_wstring out;
     out.reserve(n + utf8kernels::kDecodeSlack);
     std::size_t count = 0;

@@ -185,13 +185,19 @@ TEST(Utf8Conversion, EveryKernelFollowsTheRulesOnLongMixedText) {
                                  "\xBF", "\xE2"};
     std::string text;
     fn_wstring wide;
-    while (text.size() < 5000) {
+    while (text.size() < 150000) { // more than two steps of the decoding loop
         text += kinds[random() % 6];
         wide += static_cast<wchar_t>(random() % 3 == 0 ? random() % 0x20000 : random() % 0x80);
+    }
+    // Three-byte sequences only: the loops' power-of-two steps end inside one.
+    std::string euros;
+    for (int i = 0; i < 100000; ++i) {
+        euros += "\xE2\x82\xAC";
     }
     OnEveryPath([&] {
         EXPECT_EQ(Utils::utf8towstring(text), ReferenceDecode(text));
         EXPECT_EQ(Utils::wstring2utf8(wide), ReferenceEncode(wide));
+        EXPECT_EQ(Utils::utf8towstring(euros), fn_wstring(100000, 0x20AC));
     });
 }
 

@@ -1,5 +1,6 @@
-// Drives the text and number conversions with arbitrary bytes, and checks
-// the invariants that must hold for every input.
+// Drives the text and number conversions with arbitrary bytes, checks the
+// invariants that must hold for every input, and holds every UTF-8 kernel
+// version to the scalar reference.
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -8,6 +9,7 @@
 #include <vector>
 
 #include "utils/Conversions.h"
+#include "utils/Utf8Kernels.h"
 
 namespace {
 
@@ -20,6 +22,19 @@ fn::fn_wstring WideFrom(const std::uint8_t* data, std::size_t size) {
 void Check(bool condition) {
     if (!condition) {
         std::abort();
+    }
+}
+
+// The UTF-8 conversions with each vector kernel version this processor has
+// give what they give with the scalar one.
+void CheckKernelsAgree(const std::string& bytes, const fn::fn_wstring& wide) {
+    utf8kernels::Select(utf8kernels::Isa::kScalar);
+    const fn::fn_wstring decoded = Utils::utf8towstring(bytes);
+    const std::string encoded = Utils::wstring2utf8(wide);
+    for (const utf8kernels::Isa isa : kernelchoice::SupportedIsas()) {
+        utf8kernels::Select(isa);
+        Check(Utils::utf8towstring(bytes) == decoded);
+        Check(Utils::wstring2utf8(wide) == encoded);
     }
 }
 
@@ -38,6 +53,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const fn::fn_wstring wide = WideFrom(data, size);
     const std::string utf8 = Utils::wstring2utf8(wide);
     Check(utf8.size() <= 3 * wide.size());
+    CheckKernelsAgree(bytes, wide);
 
     std::vector<unsigned short> units(size / 2 + 1, 0);
     std::memcpy(units.data(), data, (size / 2) * 2);

@@ -1,6 +1,6 @@
 // Drives every XML text operation with fuzzer-chosen text, keys and
-// replacement, and holds the single-pass conversions to the documented
-// passes.
+// replacement, holds the single-pass conversions to the documented passes,
+// and every vector scan version to the scalar one.
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "bench/support/InPlaceReplace.h"
+#include "xml/ReferenceScan.h"
 #include "xml/XMLUtility.h"
 
 namespace {
@@ -30,6 +31,36 @@ std::vector<std::string> Split(const std::uint8_t* data, std::size_t size) {
         }
     }
     return parts;
+}
+
+// What the scanning operations give, in one string.
+std::string ScanResults(const std::string& text, const std::string& key,
+                        const std::string& replacement) {
+    XMLUtility xml;
+    std::string all, value;
+    std::vector<std::string> values;
+    for (const auto convert : {&XMLUtility::ConvertStringReferenceToUTF8,
+                               &XMLUtility::ConvertStringCharacterReferenceToUTF8,
+                               &XMLUtility::ConvertStringUTF8ToEntityReference}) {
+        all += (xml.*convert)(text, value) ? "+" : "-";
+        all += value + '\xFF';
+    }
+    xml.ReplaceAllString(text, key, replacement, value);
+    xml.GetValuesInsideKeys(text, key, replacement, values);
+    for (const std::string& v : values) {
+        all += v + '\xFF';
+    }
+    return all + value;
+}
+
+void CheckScansAgree(const std::string& text, const std::string& key,
+                     const std::string& replacement) {
+    xmlscan::Select(xmlscan::Isa::kScalar);
+    const std::string expected = ScanResults(text, key, replacement);
+    for (const xmlscan::Isa isa : kernelchoice::SupportedIsas()) {
+        xmlscan::Select(isa);
+        Check(ScanResults(text, key, replacement) == expected);
+    }
 }
 
 } // namespace
@@ -57,6 +88,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     xml.GetValuesBetweenKeys(text, open, close, values);
     Check(values.size() <= 2 * (text.size() + 1));
 
+    CheckScansAgree(text, open, replacement);
     xml.ReplaceAllString(text, open, replacement, value);
     Check(value == (text.empty() ? "" : inplace::ReplaceAll(text, open, replacement)));
 

@@ -1,8 +1,9 @@
 // Byte-exact substring search for the XML text utility (internal).
 #pragma once
 
-#include <cstring>
 #include <string>
+
+#include "xml/ReferenceScan.h"
 
 namespace xmlsearch {
 
@@ -17,8 +18,9 @@ inline std::size_t Find(const std::string& text, const std::string& key, std::si
     if (key.empty()) {
         return from;
     }
-    const void* hit = memmem(text.data() + from, text.size() - from, key.data(), key.size());
-    return hit == nullptr ? kNotFound : static_cast<const char*>(hit) - text.data();
+    const std::size_t hit =
+        xmlscan::Active().find(text.data(), text.size(), from, key.data(), key.size());
+    return hit == xmlscan::kNotFound ? kNotFound : hit;
 }
 
 } // namespace xmlsearch

@@ -4,120 +4,24 @@
 // ReplaceAllString passes. They are done here in a single pass that gives
 // exactly the same text: no replacement contains anything a later pass looks
 // for, except the "&" that decoding "&amp;" yields, which the &apos; &lt; and
-// &gt; passes still see. The tests hold both forms against each other.
-#include <array>
-#include <cstdint>
-#include <cstdlib>
-#include <cstring>
+// &gt; passes still see. The tests and fuzzers hold both forms against each
+// other; the scans themselves are in ReferenceScan.h.
+#include <algorithm>
 
-#include "xml/ByteSearch.h"
+#include "xml/ReferenceScan.h"
 #include "xml/XMLUtility.h"
 
 namespace {
 
-// What a character reference's digits would give: strtoul in base 0 with a
-// lower-case "x" read as hexadecimal, cut to 16 bits.
-unsigned short CharacterReferenceUnit(const std::string& text, std::size_t begin, std::size_t end) {
-    std::string digits = text.substr(begin, end - begin);
-    if (!digits.empty() && digits[0] == 'x') {
-        digits.insert(0, "0");
+// Runs a kernel that never grows the text from `text` into `result`.
+bool Shrink(const std::string& text, std::string& result, xmlscan::DecodeFn kernel) {
+    result.clear();
+    if (text.empty()) {
+        return false;
     }
-    return static_cast<unsigned short>(std::strtoul(digits.c_str(), nullptr, 0));
-}
-
-// True when `key` (of `length` bytes) stands at `p`, with `end` the text's end.
-bool KeyAt(const char* p, const char* end, const char* key, std::size_t length) {
-    return static_cast<std::size_t>(end - p) >= length && std::memcmp(p, key, length) == 0;
-}
-
-// The escape for a byte, or null when it stands for itself.
-constexpr const char* EscapeFor(unsigned char byte) {
-    switch (byte) {
-    case '&':
-        return "&amp;";
-    case '"':
-        return "&quot;";
-    case '\'':
-        return "&apos;";
-    case '<':
-        return "&lt;";
-    case '>':
-        return "&gt;";
-    case '\r':
-        return "&#13;";
-    case '\n':
-        return "&#10;";
-    default:
-        return nullptr;
-    }
-}
-
-// Every byte's encoded form, padded to eight bytes so that it can be copied
-// with one fixed-size store, and its length (1 for bytes that stand for
-// themselves).
-struct EncodedByte {
-    char bytes[8];
-    unsigned char length;
-};
-
-constexpr std::array<EncodedByte, 256> kEncoded = [] {
-    std::array<EncodedByte, 256> table{};
-    for (int byte = 0; byte < 256; ++byte) {
-        EncodedByte& entry = table[byte];
-        const char* escape = EscapeFor(static_cast<unsigned char>(byte));
-        if (escape == nullptr) {
-            entry.bytes[0] = static_cast<char>(byte);
-            entry.length = 1;
-            continue;
-        }
-        while (escape[entry.length] != '\0') {
-            entry.bytes[entry.length] = escape[entry.length];
-            ++entry.length;
-        }
-    }
-    return table;
-}();
-
-// True when one of the eight bytes at `p` is an "&".
-bool HasAmpersand(const char* p) {
-    std::uint64_t word;
-    std::memcpy(&word, p, sizeof word);
-    const std::uint64_t x = word ^ 0x2626262626262626ull; // "&" bytes become 0
-    return ((x - 0x0101010101010101ull) & ~x & 0x8080808080808080ull) != 0;
-}
-
-// Decodes the reference at `p` (an "&") to `*out`; returns the bytes used.
-std::size_t DecodeEntityAt(const char* p, const char* end, char* out) {
-    // &quot; first, then &amp;, whose "&" may start &apos; &lt; or &gt; in
-    // turn, since those are decoded after it.
-    if (KeyAt(p, end, "&quot;", 6)) {
-        *out = '"';
-        return 6;
-    }
-    const bool amp = KeyAt(p, end, "&amp;", 5);
-    const char* name = amp ? p + 5 : p + 1;
-    const std::size_t used = name - p;
-    if (name < end) {
-        switch (*name) {
-        case 'a':
-            if (KeyAt(name, end, "apos;", 5)) {
-                *out = '\'';
-                return used + 5;
-            }
-            break;
-        case 'l':
-        case 'g':
-            if (KeyAt(name + 1, end, "t;", 2)) {
-                *out = *name == 'l' ? '<' : '>';
-                return used + 3;
-            }
-            break;
-        default:
-            break;
-        }
-    }
-    *out = '&';
-    return used;
+    result.resize(text.size() + xmlscan::kSlack);
+    result.resize(kernel(text.data(), text.size(), result.data()));
+    return true;
 }
 
 } // namespace
@@ -131,67 +35,16 @@ bool XMLUtility::ConvertStringReferenceToUTF8(const std::string& text, std::stri
     return ConvertStringEntityReferenceToUTF8(withoutCharacters, result);
 }
 
+// The references' values would only be collected and dropped, never written
+// anywhere (they are removed, not decoded, deliberately), so the scan does
+// not compute them.
 bool XMLUtility::ConvertStringCharacterReferenceToUTF8(const std::string& text,
                                                        std::string& result) {
-    result.clear();
-    if (text.empty()) {
-        return false;
-    }
-    std::string out;
-    out.reserve(text.size());
-    std::u16string run; // the references' units: collected and dropped, deliberately never written
-    std::size_t work = 0; // where the unprocessed rest of the text begins
-    while (text.size() - work >= 2) {
-        const std::size_t amp = xmlsearch::Find(text, "&#", work);
-        if (amp == xmlsearch::kNotFound || amp + 2 >= text.size()) {
-            break;
-        }
-        if (amp != work) {
-            run.clear();
-            out.append(text, work, amp - work);
-        }
-        work = amp + 2;
-        const std::size_t semicolon = text.find(';', work);
-        if (semicolon == std::string::npos) {
-            break; // only the "&#" is lost
-        }
-        if (semicolon != work) {
-            run.push_back(CharacterReferenceUnit(text, work, semicolon));
-        }
-        work = semicolon + 1;
-    }
-    run.clear();
-    out.append(text, work, std::string::npos);
-    result = std::move(out);
-    return true;
+    return Shrink(text, result, xmlscan::Active().remove);
 }
 
 bool XMLUtility::ConvertStringEntityReferenceToUTF8(const std::string& text, std::string& result) {
-    result.clear();
-    if (text.empty()) {
-        return false;
-    }
-    std::string out(text.size(), '\0'); // decoding never grows the text
-    char* w = out.data();
-    const char* p = text.data();
-    const char* const end = p + text.size();
-    while (p < end) {
-        // Copy eight plain bytes at a time, then byte by byte up to the "&".
-        while (end - p >= 8 && !HasAmpersand(p)) {
-            std::memcpy(w, p, 8);
-            w += 8;
-            p += 8;
-        }
-        while (p < end && *p != '&') {
-            *w++ = *p++;
-        }
-        if (p < end) {
-            p += DecodeEntityAt(p, end, w++);
-        }
-    }
-    out.resize(w - out.data());
-    result = std::move(out);
-    return true;
+    return Shrink(text, result, xmlscan::Active().decode);
 }
 
 bool XMLUtility::ConvertStringUTF8ToReference(const std::string& text, std::string& result) {
@@ -209,19 +62,21 @@ bool XMLUtility::ConvertStringUTF8ToEntityReference(const std::string& text, std
     if (text.empty()) {
         return false;
     }
-    std::size_t length = 0;
-    for (const char c : text) {
-        length += kEncoded[static_cast<unsigned char>(c)].length;
+    // Escaped in place a step at a time, the result kept sized for the
+    // step's worst case: each step zero-fills only as much as the step before
+    // wrote, which is in cache when this step writes over it. Cheaper than
+    // copying each step's output in, and never sized for the whole text's
+    // worst case.
+    const xmlscan::EscapeFn escape = xmlscan::Active().escape;
+    constexpr std::size_t kStep = 4096;
+    result.reserve(text.size() + text.size() / 8 + 6 * kStep + xmlscan::kSlack);
+    std::size_t written = 0;
+    for (std::size_t i = 0; i < text.size(); i += kStep) {
+        const std::size_t count = std::min(kStep, text.size() - i);
+        result.resize(written + 6 * count + xmlscan::kSlack);
+        written += escape(text.data() + i, count, text.size() - i, result.data() + written);
     }
-    std::string out(length + 8, '\0'); // room for the last padded store
-    char* w = out.data();
-    for (const char c : text) {
-        const EncodedByte& encoded = kEncoded[static_cast<unsigned char>(c)];
-        std::memcpy(w, encoded.bytes, sizeof encoded.bytes);
-        w += encoded.length;
-    }
-    out.resize(length);
-    result = std::move(out);
+    result.resize(written);
     return true;
 }
 

@@ -3,13 +3,15 @@
 //
 // Register pairs with `Compare(subject, baseline)` using the full benchmark
 // names; the closing table gives both times and baseline/subject (above 1
-// means the subject is faster).
+// means the subject is faster). With --benchmark_repetitions it compares the
+// medians, which a busy machine disturbs least.
 #pragma once
 
 #include <benchmark/benchmark.h>
 
 #include <cstdio>
 #include <map>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -24,9 +26,16 @@ public:
 
     void ReportRuns(const std::vector<Run>& runs) override {
         for (const Run& run : runs) {
-            if (run.run_type == Run::RT_Iteration && !run.error_occurred) {
-                seconds_[WithoutSuffix(run.benchmark_name())] =
-                    run.GetAdjustedRealTime() / benchmark::GetTimeUnitMultiplier(run.time_unit);
+            const bool median = run.run_type == Run::RT_Aggregate && run.aggregate_name == "median";
+            if ((run.run_type == Run::RT_Iteration || median) && !run.error_occurred) {
+                std::string name = WithoutSuffix(run.run_name.str());
+                if (median || medians_.count(name) == 0) {
+                    seconds_[name] =
+                        run.GetAdjustedRealTime() / benchmark::GetTimeUnitMultiplier(run.time_unit);
+                }
+                if (median) {
+                    medians_.insert(std::move(name));
+                }
             }
         }
         ConsoleReporter::ReportRuns(runs);
@@ -67,6 +76,7 @@ private:
 
     std::vector<std::pair<std::string, std::string>> pairs_;
     std::map<std::string, double> seconds_;
+    std::set<std::string> medians_; // names whose time is a median of repetitions
 };
 
 // Runs the registered benchmarks with `reporter` and prints its table.

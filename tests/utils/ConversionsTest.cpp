@@ -4,6 +4,10 @@
 
 #include <climits>
 #include <memory>
+#include <random>
+#include <vector>
+
+#include "utils/Utf8Kernels.h"
 
 namespace {
 
@@ -94,27 +98,107 @@ fn_wstring ReferenceDecode(const std::string& text) {
     return out;
 }
 
-TEST(Utf8Conversion, OddElementAtEveryPositionOfLongAsciiRuns) {
-    for (unsigned char special : {0x00, 0x80, 0xC3, 0xE2, 0xF0, 0x7F}) {
-        for (std::size_t length = 1; length < 40; ++length) {
-            for (std::size_t pos = 0; pos < length; ++pos) {
-                std::string text(length, 'a');
-                text[pos] = static_cast<char>(special);
-                ASSERT_EQ(Utils::utf8towstring(text), ReferenceDecode(text))
-                    << int(special) << "@" << pos;
+// The same rules for encoding: the oracle for the bulk paths.
+std::string ReferenceEncode(const fn_wstring& text) {
+    std::string out;
+    for (const wchar_t v : text) {
+        const auto u = static_cast<unsigned>(v);
+        if (v <= 0x7F) {
+            out += static_cast<char>(u & 0x7F);
+        } else if (v <= 0x7FF) {
+            out += {static_cast<char>(0xC0 | (u >> 6)), static_cast<char>(0x80 | (u & 63))};
+        } else if (v <= 0xFFFF) {
+            out += {static_cast<char>(0xE0 | (u >> 12)), static_cast<char>(0x80 | ((u >> 6) & 63)),
+                    static_cast<char>(0x80 | (u & 63))};
+        }
+    }
+    return out;
+}
+
+// Each kernel version this processor can run, forced in turn; the best one
+// stays in use afterwards.
+template <typename Body> void OnEveryPath(Body body) {
+    for (const utf8kernels::Isa isa : kernelchoice::SupportedIsas()) {
+        ASSERT_TRUE(utf8kernels::Select(isa));
+        SCOPED_TRACE("kernel set " + std::to_string(static_cast<int>(isa)));
+        body();
+    }
+}
+
+// Every sequence kind (truncated, stray and ending ones included) at every
+// position of ASCII texts of every length up to 64, so across every block
+// boundary and tail of the vector loops, each text at another alignment.
+TEST(Utf8Conversion, EveryKernelFollowsTheRulesAtEveryPositionAndAlignment) {
+    const std::string pieces[] = {"\xC3\xA9",
+                                  "\xE2\x82\xAC",
+                                  "\xF0\x9F\x98\x80",
+                                  "\x80",
+                                  "\xBF",
+                                  "\xC3",
+                                  "\xE2\x82",
+                                  "\xF0\x9F",
+                                  std::string(1, '\0'),
+                                  "\xC0\x80",
+                                  "\xDF\xBF\xEF\xBF\xBF\xC3\xA9",
+                                  "\xC3\xC3\xA9",
+                                  "\xE2\xC3\xA9",
+                                  "\xFF\xFF\xFF\xFF\xFF",
+                                  "\x7F"};
+    const wchar_t elements[] = {0x80,    0x7FF, 0x800, 0x20AC, 0xFFFF,  0x10000,
+                                0x1F600, -1,    0,     0x7F,   INT_MIN, 0xD83D};
+    std::string padded(64 + 16 + 3, '\0');
+    std::vector<wchar_t> decoded(64 + 16 + utf8kernels::kDecodeSlack);
+    OnEveryPath([&] {
+        for (std::size_t length = 0; length <= 64; ++length) {
+            for (std::size_t pos = 0; pos <= length; ++pos) {
+                const std::size_t align = (length + pos) % 16;
+                for (const std::string& piece : pieces) {
+                    std::string text(length, 'a');
+                    text.replace(pos, piece.size(), piece);
+                    text.resize(length);
+                    const fn_wstring expected = ReferenceDecode(text);
+                    ASSERT_EQ(Utils::utf8towstring(text), expected) << length << "@" << pos;
+                    // The kernel itself, on bytes at another offset from a vector boundary.
+                    padded.replace(align, text.size(), text);
+                    const auto* s = reinterpret_cast<const unsigned char*>(padded.data()) + align;
+                    const utf8kernels::DecodeResult r = utf8kernels::Active().decode(
+                        s, text.size(), 0, text.size(), decoded.data() + align % 8);
+                    ASSERT_EQ(fn_wstring(decoded.data() + align % 8, r.count), expected);
+                }
+                for (const wchar_t element : elements) {
+                    fn_wstring text(length, L'x');
+                    if (pos < length) {
+                        text[pos] = element;
+                    }
+                    ASSERT_EQ(Utils::wstring2utf8(text), ReferenceEncode(text))
+                        << element << "@" << pos;
+                }
             }
         }
+    });
+}
+
+// Long random texts: many steps of the conversions' chunked loops.
+TEST(Utf8Conversion, EveryKernelFollowsTheRulesOnLongMixedText) {
+    std::mt19937 random(7);
+    const char* const kinds[] = {"a",    "\xC3\xA9", "\xE2\x82\xAC", "\xF0\x9F\x98\x80",
+                                 "\xBF", "\xE2"};
+    std::string text;
+    fn_wstring wide;
+    while (text.size() < 150000) { // more than two steps of the decoding loop
+        text += kinds[random() % 6];
+        wide += static_cast<wchar_t>(random() % 3 == 0 ? random() % 0x20000 : random() % 0x80);
     }
-    for (wchar_t special : {0x80, 0x20AC, 0x1F600, -1, 0}) {
-        for (std::size_t pos = 0; pos < 20; ++pos) {
-            fn_wstring text(20, L'x');
-            text[pos] = special;
-            const std::string expected = std::string(pos, 'x') +
-                                         Utils::wstring2utf8(fn_wstring(1, special)) +
-                                         std::string(19 - pos, 'x');
-            ASSERT_EQ(Utils::wstring2utf8(text), expected) << special << "@" << pos;
-        }
+    // Three-byte sequences only: the loops' power-of-two steps end inside one.
+    std::string euros;
+    for (int i = 0; i < 100000; ++i) {
+        euros += "\xE2\x82\xAC";
     }
+    OnEveryPath([&] {
+        EXPECT_EQ(Utils::utf8towstring(text), ReferenceDecode(text));
+        EXPECT_EQ(Utils::wstring2utf8(wide), ReferenceEncode(wide));
+        EXPECT_EQ(Utils::utf8towstring(euros), fn_wstring(100000, 0x20AC));
+    });
 }
 
 TEST(NumberText, FormatsPlainDecimalAndParsesLikeAtoi) {

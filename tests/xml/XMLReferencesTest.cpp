@@ -1,6 +1,9 @@
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <random>
+
+#include "xml/ReferenceScan.h"
 
 #include "bench/support/InPlaceReplace.h"
 #include "xml/XMLUtility.h"
@@ -52,26 +55,126 @@ TEST(XMLReferences, DecodesAndEncodesAsDocumented) {
     EXPECT_EQ(untouched, "old");
 }
 
-// The single-pass conversions against the documented passes run one after
-// the other, on texts dense with entity fragments.
-TEST(XMLReferences, MatchTheDocumentedPasses) {
+// Character references removed by the rules, one "&#" at a time: the
+// oracle for the scans.
+std::string ReferenceRemove(const std::string& text) {
+    std::string out;
+    std::size_t work = 0;
+    while (text.size() - work >= 2) {
+        const std::size_t amp = text.find("&#", work);
+        if (amp == std::string::npos || amp + 2 >= text.size()) {
+            break;
+        }
+        out.append(text, work, amp - work);
+        work = amp + 2;
+        const std::size_t semicolon = text.find(';', work);
+        if (semicolon == std::string::npos) {
+            break;
+        }
+        work = semicolon + 1;
+    }
+    return out + text.substr(work);
+}
+
+// Each scan version this processor can run, forced in turn; the best one
+// stays in use afterwards.
+template <typename Body> void OnEveryPath(Body body) {
+    for (const xmlscan::Isa isa : kernelchoice::SupportedIsas()) {
+        ASSERT_TRUE(xmlscan::Select(isa));
+        SCOPED_TRACE("scan set " + std::to_string(static_cast<int>(isa)));
+        body();
+    }
+}
+
+// Holds every conversion and the key search to the documented passes on one text.
+void ExpectAsDocumented(const std::string& text) {
+    XMLUtility xml;
+    std::string expected, actual;
+    const bool decodedOk = inplace::DecodeEntities(text, expected);
+    ASSERT_EQ(xml.ConvertStringEntityReferenceToUTF8(text, actual), decodedOk) << text;
+    ASSERT_EQ(actual, expected) << text;
+    const bool encodedOk = inplace::EncodeEntities(text, expected);
+    ASSERT_EQ(xml.ConvertStringUTF8ToEntityReference(text, actual), encodedOk) << text;
+    ASSERT_EQ(actual, expected) << text;
+    ASSERT_EQ(xml.ConvertStringCharacterReferenceToUTF8(text, actual), !text.empty());
+    ASSERT_EQ(actual, ReferenceRemove(text)) << text;
+    for (const std::string key : {"&#", "&amp;l", "\n"}) {
+        xml.ReplaceAllString(text, key, "[]", actual);
+        ASSERT_EQ(actual, text.empty() ? "" : inplace::ReplaceAll(text, key, "[]")) << text;
+    }
+}
+
+// Every fragment at every position of plain texts of every length up to
+// 80, so across every block boundary and tail of the vector loops, and
+// long random texts dense with fragments.
+TEST(XMLReferences, EveryScanMatchesTheDocumentedPasses) {
     const std::string pieces[] = {"&", "amp;", "lt;", "gt;", "quot;", "apos;", "&#", "x41", ";",
                                   "<", ">",    "\"",  "'",   "\r",    "\n",    "a",  "#"};
-    std::mt19937 random(11);
-    XMLUtility xml;
-    for (int i = 0; i < 5000; ++i) {
-        std::string text;
-        for (int n = random() % 8; n > 0; --n) {
-            text += pieces[random() % std::size(pieces)];
+    const std::string fragments[] = {"&amp;lt;", "&#10;", "&#", "&quot;", "<",    "\r\n",
+                                     "&#x41",    "&am",   "&l", "&apos",  "&gt;;"};
+    OnEveryPath([&] {
+        for (std::size_t length = 0; length <= 80; ++length) {
+            for (std::size_t pos = 0; pos <= length; ++pos) {
+                for (const std::string& fragment : fragments) {
+                    std::string text(length, 'a');
+                    text.replace(pos, fragment.size(), fragment);
+                    ExpectAsDocumented(text.substr(0, length));
+                }
+            }
         }
-        std::string expected, actual;
-        const bool decodedOk = inplace::DecodeEntities(text, expected);
-        ASSERT_EQ(xml.ConvertStringEntityReferenceToUTF8(text, actual), decodedOk) << text;
-        ASSERT_EQ(actual, expected) << text;
-        const bool encodedOk = inplace::EncodeEntities(text, expected);
-        ASSERT_EQ(xml.ConvertStringUTF8ToEntityReference(text, actual), encodedOk) << text;
-        ASSERT_EQ(actual, expected) << text;
+        std::mt19937 random(11);
+        for (int i = 0; i < 2000; ++i) {
+            std::string text;
+            // Now and then a text longer than a step of the escaping loop.
+            for (int n = i % 500 == 0 ? 4000 : random() % 60; n > 0; --n) {
+                text += pieces[random() % std::size(pieces)];
+            }
+            ExpectAsDocumented(text);
+        }
+    });
+}
+
+std::string Scanned(xmlscan::DecodeFn scan, const char* in, std::size_t n) {
+    std::string out(n + xmlscan::kSlack, '\0');
+    out.resize(scan(in, n, out.data()));
+    return out;
+}
+
+std::string Escaped(xmlscan::EscapeFn escape, const char* in, std::size_t n, std::size_t readable) {
+    std::string out(6 * n + xmlscan::kSlack, '\0');
+    out.resize(escape(in, n, readable, out.data()));
+    return out;
+}
+
+// The scans themselves, on bytes at every offset from a vector boundary and
+// of every length, against the scalar ones.
+TEST(XMLReferences, EveryScanWorksAtEveryAlignmentAndLength) {
+    std::string text = "&#1;ab&lt;c&#13;d\"e&amp;f<item>g</item>&#x41;h&amp;gt;ij\r\n"
+                       "<item>klmnopqrstuvwxyz0123456789</item>&amp&#;&#";
+    for (int byte = 0; byte < 256; ++byte) {
+        text += static_cast<char>(byte);
     }
+    std::vector<char> in(text.size() + 32);
+    OnEveryPath([&] {
+        const xmlscan::Kernels& scan = xmlscan::Active();
+        for (std::size_t align = 0; align < 32; ++align) {
+            std::copy(text.begin(), text.end(), in.begin() + align);
+            const char* p = in.data() + align;
+            for (std::size_t n = 0; n <= text.size(); n += n < 160 ? 1 : 7) {
+                ASSERT_EQ(Scanned(scan.decode, p, n), Scanned(xmlscan::DecodeScalar, p, n)) << n;
+                ASSERT_EQ(Scanned(scan.remove, p, n), Scanned(xmlscan::RemoveScalar, p, n)) << n;
+                // Bytes behind the ones to escape may be read, not escaped.
+                ASSERT_EQ(Escaped(scan.escape, p, n, text.size()),
+                          Escaped(xmlscan::EscapeScalar, p, n, n))
+                    << n;
+                for (const char* key : {"</item>", "&", "#;&#"}) {
+                    ASSERT_EQ(scan.find(p, n, 0, key, std::strlen(key)),
+                              xmlscan::FindScalar(p, n, 0, key, std::strlen(key)))
+                        << n << key;
+                }
+            }
+        }
+    });
 }
 
 } // namespace

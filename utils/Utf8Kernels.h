@@ -1,0 +1,67 @@
+// The UTF-8 kernels behind `Utils::utf8towstring` and `Utils::wstring2utf8`
+// (internal).
+//
+// Each kernel has one scalar reference, which states the rules, and vector
+// versions with the same contract that differ from it only in speed. The
+// fastest version the processor supports is chosen once per process; tests
+// and fuzzers force each one through `Select`.
+#pragma once
+
+#include <cstddef>
+
+#include "utils/KernelChoice.h"
+
+namespace utf8kernels {
+
+using kernelchoice::Isa;
+
+struct DecodeResult {
+    std::size_t next;  // where the next sequence starts
+    std::size_t count; // elements written
+    bool ended;        // a sequence decoded to 0, which ends the text
+};
+
+// Spare elements a decoder may scribble on behind the ones it writes.
+constexpr std::size_t kDecodeSlack = 16;
+// Spare bytes an encoder may scribble on behind the ones it writes.
+constexpr std::size_t kEncodeSlack = 32;
+
+// Decodes the sequences of the `n` bytes at `s` that start at `from` and
+// before `limit` (at most `n`) into `out`, which has room for
+// `limit - from + kDecodeSlack` elements. The lead byte alone gives a
+// sequence's length; bytes past `n` read as 0. Stops before a sequence that
+// decodes to 0.
+using DecodeFn = DecodeResult (*)(const unsigned char* s, std::size_t n, std::size_t from,
+                                  std::size_t limit, wchar_t* out);
+
+// Encodes `count` elements into `out`, which has room for
+// `3 * count + kEncodeSlack` bytes; returns the bytes written.
+using EncodeFn = std::size_t (*)(const wchar_t* in, std::size_t count, char* out);
+
+struct Kernels {
+    DecodeFn decode;
+    EncodeFn encode;
+};
+
+// The scalar references.
+DecodeResult DecodeScalar(const unsigned char* s, std::size_t n, std::size_t from,
+                          std::size_t limit, wchar_t* out);
+std::size_t EncodeScalar(const wchar_t* in, std::size_t count, char* out);
+
+#if defined(__x86_64__)
+DecodeResult DecodeSse2(const unsigned char* s, std::size_t n, std::size_t from, std::size_t limit,
+                        wchar_t* out);
+std::size_t EncodeSse2(const wchar_t* in, std::size_t count, char* out);
+DecodeResult DecodeAvx2(const unsigned char* s, std::size_t n, std::size_t from, std::size_t limit,
+                        wchar_t* out);
+std::size_t EncodeAvx2(const wchar_t* in, std::size_t count, char* out);
+#endif
+
+// The kernels in use.
+const Kernels& Active();
+
+// Makes `isa`'s kernels the ones in use; false (and no change) when this
+// processor or build lacks them. For tests and fuzzers.
+bool Select(Isa isa);
+
+} // namespace utf8kernels

@@ -1,0 +1,180 @@
+// The vector versions of the XML scans, written once over a vector type `V`
+// (internal). Each x86 file instantiates them with its own `V`:
+//
+//   V::kWidth                bytes per vector
+//   V::Load(p), V::Store(p, v)   unaligned
+//   V::Splat(c), V::Eq(a, b), V::Or(a, b), V::And(a, b)
+//   V::Mask(v)               one bit per byte, from each byte's top bit
+//   V::Count(v, mask)        how many bytes of `v` are 0xFF; `mask` is V::Mask(v)
+//   V::Specials(v)           0xFF for the bytes that need escaping, else 0
+//
+// The blocks are handled here and the rest is left to the scalar kernels;
+// what each kernel does is in ReferenceScan.h.
+#pragma once
+
+#include <cstdint>
+#include <cstring>
+
+#include "xml/ReferenceScan.h"
+
+namespace xmlscan {
+namespace vector {
+
+// The bytes that need escaping, by comparison with each: for vector types
+// without a faster way.
+template <typename V> typename V::Vec CompareSpecials(typename V::Vec v) {
+    const auto is = [v](char c) { return V::Eq(v, V::Splat(c)); };
+    const typename V::Vec markup = V::Or(V::Or(is('&'), is('"')), V::Or(is('\''), is('<')));
+    const typename V::Vec lineEnds = V::Or(is('\r'), is('\n'));
+    return V::Or(V::Or(markup, is('>')), lineEnds);
+}
+
+// Copies `length` bytes, in whole vectors: up to two more than asked are
+// written, and read.
+template <typename V> void CopyRun(const char* from, std::size_t length, char* to) {
+    V::Store(to, V::Load(from));
+    V::Store(to + V::kWidth, V::Load(from + V::kWidth));
+    for (std::size_t c = 2 * V::kWidth; c < length; c += V::kWidth) {
+        V::Store(to + c, V::Load(from + c));
+    }
+}
+
+// Two passes over spans of the text: the first lists where the bytes that
+// need escaping are, the second copies the runs between them and puts in
+// the escapes. Both do the same few steps for almost every block or byte,
+// where a loop over each block's bytes would mispredict its end every time.
+template <typename V>
+std::size_t Escape(const char* in, std::size_t n, std::size_t readable, char* out) {
+    constexpr std::size_t kWidth = V::kWidth;
+    constexpr std::size_t kSpan = 1024;
+    constexpr std::size_t kSteps = kWidth / 16 + 1; // more specials in a block are rare
+    // Runs are copied in whole vectors: the spans end two vectors before the
+    // end of what may be read.
+    const std::size_t room = readable >= 2 * kWidth ? readable - 2 * kWidth : 0;
+    const std::size_t covered = (n < room ? n : room) / kWidth * kWidth;
+    std::uint16_t positions[kSpan + 64];
+    char* w = out;
+    for (std::size_t base = 0; base < covered; base += kSpan) {
+        const std::size_t end = base + kSpan < covered ? base + kSpan : covered;
+        std::size_t count = 0;
+        for (std::size_t b = base; b < end; b += kWidth) {
+            __builtin_prefetch(in + b + 2 * kSpan); // the prefetcher alone falls behind
+            const typename V::Vec specials = V::Specials(V::Load(in + b));
+            std::uint64_t mask = V::Mask(specials);
+            const std::size_t found = V::Count(specials, mask);
+            const auto list = [&](std::size_t s) {
+                const std::size_t k = __builtin_ctzll(mask | (std::uint64_t{1} << 63));
+                positions[count + s] = static_cast<std::uint16_t>(b - base + k);
+                mask &= mask - 1;
+            };
+            for (std::size_t s = 0; s < kSteps; ++s) {
+                list(s);
+            }
+            for (std::size_t s = kSteps; s < found; ++s) {
+                list(s);
+            }
+            count += found;
+        }
+        std::size_t run = base;
+        for (std::size_t j = 0; j < count; ++j) {
+            const std::size_t k = base + positions[j];
+            CopyRun<V>(in + run, k - run, w);
+            w += k - run;
+            const EscapedByte& escape = kEscapes[static_cast<unsigned char>(in[k])];
+            std::memcpy(w, escape.bytes, sizeof escape.bytes);
+            w += escape.length;
+            run = k + 1;
+        }
+        CopyRun<V>(in + run, end - run, w);
+        w += end - run;
+    }
+    return (w - out) + EscapeScalar(in + covered, n - covered, n - covered, w);
+}
+
+// Plain bytes are stored a block at a time; each "&" is decoded by
+// `DecodeEntityAt`, and the scan goes on behind what it used.
+template <typename V> std::size_t Decode(const char* in, std::size_t n, char* out) {
+    const typename V::Vec amp = V::Splat('&');
+    char* w = out;
+    std::size_t i = 0;
+    while (i + V::kWidth <= n) {
+        const typename V::Vec v = V::Load(in + i);
+        const auto mask = V::Mask(V::Eq(v, amp));
+        V::Store(w, v);
+        if (mask == 0) {
+            w += V::kWidth;
+            i += V::kWidth;
+            continue;
+        }
+        const std::size_t k = __builtin_ctzll(mask);
+        w += k;
+        i += k;
+        i += DecodeEntityAt(in + i, in + n, w++);
+    }
+    return (w - out) + DecodeScalar(in + i, n - i, w);
+}
+
+// Copies the bytes from `*from` up to the next "&#" to `*w` and moves both
+// on; false when the blocks ran out before one was found.
+template <typename V>
+bool CopyToReference(const char* in, std::size_t n, std::size_t* from, char** w) {
+    const typename V::Vec amp = V::Splat('&');
+    const typename V::Vec hash = V::Splat('#');
+    for (std::size_t i = *from; i + V::kWidth + 1 <= n; i += V::kWidth) {
+        const typename V::Vec v = V::Load(in + i);
+        const auto mask = V::Mask(V::And(V::Eq(v, amp), V::Eq(V::Load(in + i + 1), hash)));
+        V::Store(*w, v);
+        if (mask != 0) {
+            const std::size_t k = __builtin_ctzll(mask);
+            *w += k;
+            *from = i + k;
+            return true;
+        }
+        *w += V::kWidth;
+        *from = i + V::kWidth;
+    }
+    return false;
+}
+
+template <typename V> std::size_t Remove(const char* in, std::size_t n, char* out) {
+    char* w = out;
+    std::size_t work = 0;
+    while (n - work >= 2 && CopyToReference<V>(in, n, &work, &w)) {
+        if (work + 2 >= n) {
+            break; // a trailing "&#" stays
+        }
+        const void* semicolon = std::memchr(in + work + 2, ';', n - work - 2);
+        if (semicolon == nullptr) {
+            work += 2; // only the "&#" is lost, and the scan ends
+            std::memcpy(w, in + work, n - work);
+            return (w - out) + (n - work);
+        }
+        work = static_cast<const char*>(semicolon) - in + 1;
+    }
+    return (w - out) + RemoveScalar(in + work, n - work, w);
+}
+
+// Candidates are the positions where the key's first and last bytes both
+// match; only those are compared in full.
+template <typename V>
+std::size_t Find(const char* text, std::size_t n, std::size_t from, const char* key,
+                 std::size_t length) {
+    const typename V::Vec first = V::Splat(key[0]);
+    const typename V::Vec last = V::Splat(key[length - 1]);
+    std::size_t i = from;
+    for (; i + length - 1 + V::kWidth <= n; i += V::kWidth) {
+        auto mask = V::Mask(
+            V::And(V::Eq(V::Load(text + i), first), V::Eq(V::Load(text + i + length - 1), last)));
+        while (mask != 0) {
+            const std::size_t k = __builtin_ctzll(mask);
+            if (std::memcmp(text + i + k + 1, key + 1, length < 2 ? 0 : length - 2) == 0) {
+                return i + k;
+            }
+            mask &= mask - 1;
+        }
+    }
+    return i >= n ? kNotFound : FindScalar(text, n, i, key, length);
+}
+
+} // namespace vector
+} // namespace xmlscan

@@ -15,11 +15,12 @@
 
 #include <string>
 
+#include "utils/Export.h"
 #include "utils/LockableImpl.h"
 #include "utils/WideString.h"
 
 // The transport's interface.
-class ICommunicationLibrary {
+class QUORVEL_EXPORT ICommunicationLibrary {
 public:
     virtual ~ICommunicationLibrary() = default;
 
@@ -28,7 +29,8 @@ public:
     virtual bool IsConnectionUp() = 0;
 };
 
-class CommunicationLibrary : public ICommunicationLibrary {
+// The transport: reachability, proxies, transfers in either mode, encoding.
+class QUORVEL_EXPORT CommunicationLibrary : public ICommunicationLibrary {
 public:
     // Declared for callers; the curl reply is read in 2048-byte chunks.
     static constexpr int PACKET_SIZE = 4096;

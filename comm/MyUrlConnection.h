@@ -24,11 +24,17 @@
 #include <utility>
 #include <vector>
 
+#include "utils/Export.h"
+
 // What to send: a POST of `body` to `url` with the given header lines.
 struct UrlRequest {
+    // Where to send it.
     std::string url;
+    // The HTTP method.
     std::string method = "POST";
+    // Header lines as name and value, sent in this order.
     std::vector<std::pair<std::string, std::string>> headers;
+    // The request body, sent as it is.
     std::string body;
     double timeoutInterval = 60.0; // connection timeout, seconds
     std::string proxy;             // "host:port", or empty for a direct connection
@@ -37,7 +43,8 @@ struct UrlRequest {
     std::string proxyPassword;
 };
 
-class MyUrlConnection {
+// One transfer, run on a worker thread and waited for on the caller's.
+class QUORVEL_EXPORT MyUrlConnection {
 public:
     // Sends `request` and waits for the reply: the bytes received on status
     // 200 (possibly none), or nullopt on failure or after `transferTimeout`
@@ -62,13 +69,17 @@ public:
 
     // The transfer's end as the completion reports it.
     void connectionDidFailWithError(const void* sender, const std::string* error);
+    // Appends `data` to the reply received so far.
     void connectionDidReceiveData(const void* sender, const std::string& data);
+    // Marks the transfer done and stops its timer.
     void connectionDidFinishLoading(const void* sender);
 
     // The timer's callback: marks the transfer as timed out.
     void timeIsUp();
 
+    // Sets whether the transfer has ended, under `m_lock`.
     void setTransferDone(bool done);
+    // Whether the transfer has ended, read under `m_lock`.
     bool isTransferDone();
 
 private:

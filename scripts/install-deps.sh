@@ -26,8 +26,8 @@ packages=(
   xvfb xauth fonts-dejavu-core
   # fuzzing
   clang libclang-rt-14-dev
-  # Debian packages of our own: dependency lists and their check
-  dpkg-dev lintian
+  # Debian packages of our own: the build, its checks, the API reference
+  dpkg-dev debhelper devscripts lintian autopkgtest doxygen pkgconf
 )
 
 missing=()

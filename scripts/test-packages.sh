@@ -1,37 +1,73 @@
 #!/usr/bin/env bash
-# Builds the two Debian packages from the default build, checks them with
-# lintian (no error allowed), installs both into a private root and runs the
-# installed app's install operation there, headless.
+# Builds the Debian packages with dpkg-buildpackage from a copy of the tree
+# (the working tree stays clean), checks them with lintian (no error and no
+# warning), and runs debian/tests against them installed on this machine
+# (autopkgtest's null runner). Everything the run installed is purged again,
+# also when it fails. On a machine that others test on too, run it under
+# `flock /tmp/quorvel-app.lock`: it installs packages and runs the companion,
+# which writes the shared marker file.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-out="$(mktemp -d)"
-root="$(mktemp -d)"
-trap 'rm -rf "$out" "$root"' EXIT
-
-(cd build/default && cpack -G DEB -B "$out" >/dev/null)
-debs=("$out"/*.deb)
-echo "-- packages: $(basename -a "${debs[@]}" | tr '\n' ' ')"
-
-for deb in "${debs[@]}"; do
-    report="$(lintian --tag-display-limit 0 "$deb" 2>&1 | grep -v 'running with root privileges' || true)"
-    [ -n "$report" ] && printf '%s\n' "$report"
-    if printf '%s\n' "$report" | grep -q '^E: '; then
-        echo "lintian found errors in $(basename "$deb")" >&2
+packages=(libquorvel0 libquorvel-dev quorvel-installer-companion quorvel-diag)
+for package in "${packages[@]}"; do
+    if dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q 'install ok installed'; then
+        echo "$package is installed already; remove it before testing the packages" >&2
         exit 1
     fi
 done
 
-# A private dpkg database; the system's own packages satisfy the dependencies.
-mkdir -p "$root/var/lib/dpkg/info" "$root/var/lib/dpkg/updates"
-touch "$root/var/lib/dpkg/status"
-dpkg --root="$root" --force-script-chrootless --force-depends --force-not-root -i "${debs[@]}" >/dev/null 2>&1
+out="$(mktemp -d)"
+trap 'rm -rf "$out"' EXIT
+mkdir "$out/quorvel"
+git ls-files -co --exclude-standard -z | tar -cf - --null -T - | tar -xf - -C "$out/quorvel"
 
-marker=/tmp/com.quorvel.install.go
-rm -f "$marker"
-app="$root/usr/lib/quorvel/QuorvelInstaller.app/Contents/MacOS/QuorvelInstaller"
-env -u DISPLAY -u WAYLAND_DISPLAY -u QT_QPA_PLATFORM "$app"
-test -f "$marker" && test ! -s "$marker"
-test -x "$root/usr/bin/quorvel-diag"
-"$root/usr/bin/quorvel-diag" --version
-echo "-- installed app ran its install operation from the private root; marker $marker written"
+echo "-- dpkg-buildpackage"
+if ! (cd "$out/quorvel" && DEB_BUILD_OPTIONS="parallel=$(nproc) ${DEB_BUILD_OPTIONS:-}" \
+        dpkg-buildpackage -b -us -uc >"$out/build.log" 2>&1); then
+    tail -n 40 "$out/build.log" >&2
+    exit 1
+fi
+debs=()
+for package in "${packages[@]}"; do
+    debs+=("$out/${package}_"*.deb)
+done
+for deb in "${debs[@]}"; do
+    printf '   %-48s %6s KiB\n' "$(basename "$deb")" "$(($(stat -c %s "$deb") / 1024))"
+done
+
+echo "-- lintian"
+report="$(lintian --tag-display-limit 0 --pedantic "$out"/*.changes 2>&1 |
+    grep -v 'running with root privileges' || true)"
+[ -n "$report" ] && printf '%s\n' "$report"
+if printf '%s\n' "$report" | grep -q '^[EW]: '; then
+    echo "lintian found errors or warnings" >&2
+    exit 1
+fi
+echo "   no errors, no warnings"
+
+echo "-- autopkgtest (installs the packages here, purges them afterwards)"
+state() {
+    dpkg-query -W -f='${db:Status-Abbrev} ${Package}\n' | awk '$1 != "un"' | sort
+}
+state >"$out/before"
+purge() {
+    local added
+    added="$(state | comm -23 - "$out/before" | awk '{print $2}')"
+    if [ -n "$added" ]; then
+        # shellcheck disable=SC2086 # one package name per word
+        apt-get -o DPkg::Lock::Timeout=600 purge -y -qq $added >/dev/null
+    fi
+    rm -rf "$out"
+}
+trap purge EXIT
+status=0
+autopkgtest --no-built-binaries "${debs[@]}" "$out/quorvel" -- null >"$out/autopkgtest.log" 2>&1 || status=$?
+sed -n '/@@@ summary/,$p' "$out/autopkgtest.log" | grep -E '^[a-z-]+ +[A-Z]+' || true
+if [ "$status" -ne 0 ]; then
+    for test in $(awk '$2 == "FAIL" {print $1}' "$out/autopkgtest.log" | sort -u); do
+        sed -n "/test $test: \[/,/test $test: *- - -/p" "$out/autopkgtest.log" >&2
+    done
+    echo "autopkgtest failed (status $status)" >&2
+    exit 1
+fi

@@ -22,7 +22,7 @@ done
 echo "== install into a temporary prefix and build the consumer example against it"
 bash scripts/test-install.sh
 
-echo "== Debian packages: build, lintian, install into a private root"
+echo "== Debian packages: dpkg-buildpackage, lintian, autopkgtest against the installed packages"
 bash scripts/test-packages.sh
 
 # The transport's tests once more under ThreadSanitizer.

@@ -16,28 +16,30 @@
 #include <cstdint>
 #include <string>
 
+#include "utils/Export.h"
 #include "utils/WideString.h"
 
 namespace Utils {
 
 // True when the log folder exists. Like `DirExists`, a true answer leaves
 // the working directory in the log folder.
-bool IsLoggingOn();
+QUORVEL_EXPORT bool IsLoggingOn();
 
 // The full path of the log file, ".../TemporaryItems/quorvel-logs/log.txt"
 // ("/quorvel-logs/log.txt" when there is no temporary folder).
-std::string GetLogFilename();
+QUORVEL_EXPORT std::string GetLogFilename();
 
 // Appends "<stamp>  Message: <message> ErrorCode: <errorCode>".
-void LogMessage(const std::string& message, std::int32_t errorCode);
+QUORVEL_EXPORT void LogMessage(const std::string& message, std::int32_t errorCode);
 
 // Appends "<stamp>  Message: <message>".
-void LogMessage(const std::string& message);
+QUORVEL_EXPORT void LogMessage(const std::string& message);
 
 // As above for a wide message, converted with `wcstombs` in the process's
 // current locale and cut at 1023 bytes. What the locale cannot convert is
 // left out from the first such element on.
-void LogMessage(const fn::fn_wstring& message, std::int32_t errorCode);
-void LogMessage(const fn::fn_wstring& message);
+QUORVEL_EXPORT void LogMessage(const fn::fn_wstring& message, std::int32_t errorCode);
+// As above, without an error code.
+QUORVEL_EXPORT void LogMessage(const fn::fn_wstring& message);
 
 } // namespace Utils

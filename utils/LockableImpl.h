@@ -5,8 +5,10 @@
 
 #include <mutex>
 
+#include "utils/Export.h"
+
 // A lock that can be taken and released.
-class ILockable {
+class QUORVEL_EXPORT ILockable {
 public:
     virtual ~ILockable() = default;
 
@@ -18,7 +20,7 @@ public:
 };
 
 // A recursive lock: nested `Lock` calls on one thread need as many `Unlock`s.
-class LockableImpl : public ILockable {
+class QUORVEL_EXPORT LockableImpl : public ILockable {
 public:
     LockableImpl() = default;
     LockableImpl(const LockableImpl&) = delete;

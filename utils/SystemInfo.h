@@ -7,6 +7,7 @@
 // keeps the first non-empty value it finds for the life of the process.
 #pragma once
 
+#include "utils/Export.h"
 #include "utils/WideString.h"
 
 namespace Utils {
@@ -15,34 +16,34 @@ namespace Utils {
 // ("en_US" gives "US", "en_US_POSIX" gives "US_POSIX"). A locale without
 // "_" comes back whole, and one ending in "_" loses only that "_" ("en_").
 // Empty when the user has no locale.
-fn::fn_wstring getCountry();
+QUORVEL_EXPORT fn::fn_wstring getCountry();
 
 // The user's most preferred language as a tag ("en", "ja", "en-US"), whole.
 // Empty when the user has none.
-fn::fn_wstring getLanguage();
+QUORVEL_EXPORT fn::fn_wstring getLanguage();
 
 // "68k", "ARM", "PowerPC" or "Intel" for this machine's processor. "Intel"
 // is the answer for anything unknown.
-fn::fn_wstring getProcessorType();
+QUORVEL_EXPORT fn::fn_wstring getProcessorType();
 
 // The name `getProcessorType` gives for a processor type number (7 and
 // 0x01000007 are Intel, 12 and 0x0100000C ARM, 18 and 0x01000012 PowerPC,
 // 6 68k, anything else Intel).
-fn::fn_wstring getProcessorTypeFor(int cpuType);
+QUORVEL_EXPORT fn::fn_wstring getProcessorTypeFor(int cpuType);
 
 // "Apple MacOS <version>", with the system's product version; the text
 // "(null)" stands in for a version that cannot be read. The first answer is
 // kept for the life of the process.
-fn::fn_wstring getOsName();
+QUORVEL_EXPORT fn::fn_wstring getOsName();
 
 // The system's product version ("12", "24.04"). Empty when it cannot be
 // read, and then read again on the next call; the first non-empty answer is
 // kept for the life of the process.
-fn::fn_wstring getOsVersion();
+QUORVEL_EXPORT fn::fn_wstring getOsVersion();
 
 // The system version packed as the hexadecimal digits of "0x%02d%02d%02d"
 // (10.15.7 gives 0x101507). A part above 99 prints three digits and shifts
 // the packing; callers compare against values packed the same way.
-unsigned long getOsBuildNumber();
+QUORVEL_EXPORT unsigned long getOsBuildNumber();
 
 } // namespace Utils

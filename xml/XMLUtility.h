@@ -17,7 +17,10 @@
 #include <string>
 #include <vector>
 
-class XMLUtility {
+#include "utils/Export.h"
+
+// The XML text operations; see the top of this file for the matching rules.
+class QUORVEL_EXPORT XMLUtility {
 public:
     XMLUtility() = default;
     virtual ~XMLUtility() = default;

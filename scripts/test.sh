@@ -25,8 +25,8 @@ bash scripts/test-install.sh
 echo "== Debian packages: dpkg-buildpackage, lintian, autopkgtest against the installed packages"
 bash scripts/test-packages.sh
 
-# The transport's tests once more under ThreadSanitizer.
-echo "== build and test: tsan (transport)"
+# The library's tests once more under ThreadSanitizer.
+echo "== build and test: tsan (library)"
 cmake --preset tsan >/dev/null
 cmake --build --preset tsan
 ctest --preset tsan -j "$(nproc)" | tee "$log"

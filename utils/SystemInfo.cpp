@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -9,6 +10,34 @@
 #include "utils/platform/Platform.h"
 
 namespace Utils {
+namespace {
+
+// A text cache kept from its first non-empty value on. The lock covers only
+// the look and the store, so two first callers may both read the system (the
+// version file is cheap to read twice) but never touch the string at once.
+class FilledOnce {
+public:
+    template <typename Read> fn::fn_wstring Get(Read read) {
+        {
+            std::lock_guard<std::mutex> hold(m_mutex);
+            if (!m_value.empty()) {
+                return m_value;
+            }
+        }
+        fn::fn_wstring value = read();
+        std::lock_guard<std::mutex> hold(m_mutex);
+        if (m_value.empty()) {
+            m_value = value;
+        }
+        return m_value;
+    }
+
+private:
+    std::mutex m_mutex;
+    fn::fn_wstring m_value;
+};
+
+} // namespace
 
 fn::fn_wstring getCountry() {
     const fn::fn_wstring locale = utf8towstring(Platform::UserLocale());
@@ -49,28 +78,22 @@ fn::fn_wstring getProcessorType() {
 }
 
 fn::fn_wstring getOsName() {
-    static fn::fn_wstring cache;
-    if (!cache.empty()) {
-        return cache;
-    }
-    std::string version;
-    if (!Platform::ProductVersion(&version)) {
-        version = "(null)"; // how a missing version has always been printed
-    }
-    cache = utf8towstring("Apple MacOS " + version);
-    return cache;
+    static FilledOnce cache;
+    return cache.Get([] {
+        std::string version;
+        if (!Platform::ProductVersion(&version)) {
+            version = "(null)"; // how a missing version has always been printed
+        }
+        return utf8towstring("Apple MacOS " + version);
+    });
 }
 
 fn::fn_wstring getOsVersion() {
-    static fn::fn_wstring cache;
-    if (!cache.empty()) {
-        return cache;
-    }
-    std::string version;
-    if (Platform::ProductVersion(&version)) {
-        cache = utf8towstring(version);
-    }
-    return cache;
+    static FilledOnce cache;
+    return cache.Get([] {
+        std::string version;
+        return Platform::ProductVersion(&version) ? utf8towstring(version) : fn::fn_wstring();
+    });
 }
 
 unsigned long getOsBuildNumber() {

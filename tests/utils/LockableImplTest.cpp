@@ -2,28 +2,38 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <thread>
+#include <vector>
 
 namespace {
 
-TEST(LockableImpl, IsRecursiveAndExcludesOtherThreadsUntilFullyUnlocked) {
+// Each worker locks twice and unlocks once before its read-modify-write, so
+// the update is guarded only if the lock counts its holds. A lock that lets
+// go early or excludes nobody loses updates here, and the tsan preset
+// reports the unguarded access outright.
+TEST(LockableImpl, GuardsUntilEveryHoldIsReleased) {
     LockableImpl lock;
     ILockable& lockable = lock;
-    lockable.Lock();
-    lockable.Lock(); // the holder may lock again
-    std::atomic<bool> acquired{false};
-    std::thread other([&] {
-        lockable.Lock();
-        acquired = true;
-        lockable.Unlock();
-    });
-    lockable.Unlock();
-    std::this_thread::sleep_for(std::chrono::milliseconds(100));
-    EXPECT_FALSE(acquired); // still held once
-    lockable.Unlock();
-    other.join();
-    EXPECT_TRUE(acquired);
+    int counter = 0;
+    constexpr int kThreads = 4, kRounds = 2000;
+    std::vector<std::thread> workers;
+    for (int t = 0; t < kThreads; ++t) {
+        workers.emplace_back([&] {
+            for (int i = 0; i < kRounds; ++i) {
+                lockable.Lock();
+                lockable.Lock();
+                lockable.Unlock();
+                const int seen = counter;
+                std::this_thread::yield();
+                counter = seen + 1;
+                lockable.Unlock();
+            }
+        });
+    }
+    for (std::thread& worker : workers) {
+        worker.join();
+    }
+    EXPECT_EQ(counter, kThreads * kRounds);
 }
 
 } // namespace

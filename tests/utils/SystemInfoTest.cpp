@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <thread>
+#include <vector>
+
 #include "tests/support/ScratchDir.h"
 #include "utils/Conversions.h"
 #include "utils/platform/Platform.h"
@@ -91,6 +94,27 @@ TEST(OsVersion, NameAndVersionAreCachedOnceNonEmpty) {
     scratch.Write("os-release", "VERSION_ID=\"13\"\n");
     EXPECT_EQ(Narrow(Utils::getOsVersion()), "12.4");
     EXPECT_EQ(Utils::getOsBuildNumber(), 0x130000u); // not cached
+}
+
+// Racing first callers: the tsan preset reports any unguarded fill.
+TEST(OsVersion, ConcurrentFirstCallsAgree) {
+    ScratchDir scratch;
+    Platform::SetOsReleaseFiles({scratch.Write("os-release", "VERSION_ID=\"12.4\"\n")});
+    std::string names[4], versions[4];
+    std::vector<std::thread> callers;
+    for (int i = 0; i < 4; ++i) {
+        callers.emplace_back([&, i] {
+            names[i] = Narrow(Utils::getOsName());
+            versions[i] = Narrow(Utils::getOsVersion());
+        });
+    }
+    for (std::thread& caller : callers) {
+        caller.join();
+    }
+    for (int i = 0; i < 4; ++i) {
+        EXPECT_EQ(names[i], "Apple MacOS 12.4");
+        EXPECT_EQ(versions[i], "12.4");
+    }
 }
 
 } // namespace

@@ -109,9 +109,14 @@ public:
     // in curl's -x option), or directly when it is empty. The credentials
     // serve URL-loading mode only; curl mode's command line has none.
     struct ProxyRoute {
+        // "host:port" of the proxy (scheme in front when not plain http), or
+        // empty for a direct connection.
         std::string proxy;
+        // The proxy's user name, when the settings give one.
         std::string user;
+        // The proxy's password, when the settings give one.
         std::string password;
+        // True when `user` and `password` are to be sent to the proxy.
         bool hasCredentials = false;
     };
 

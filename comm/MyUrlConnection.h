@@ -39,7 +39,9 @@ struct UrlRequest {
     double timeoutInterval = 60.0; // connection timeout, seconds
     std::string proxy;             // "host:port", or empty for a direct connection
     bool proxyCredentials = false; // send proxyUser and proxyPassword to the proxy
+    // The user name sent to the proxy when `proxyCredentials` is set.
     std::string proxyUser;
+    // The password sent to the proxy when `proxyCredentials` is set.
     std::string proxyPassword;
 };
 

@@ -8,6 +8,7 @@
 // system (PlatformLinux.cpp on Linux).
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -69,5 +70,16 @@ bool MakeDirectoryWithParents(const std::string& path);
 // by group or others. False when it is not, so nobody else can plant or
 // read what we put there.
 bool MakePrivateDirectory(const std::string& path);
+
+// The value of the environment variable `name`; nullopt when it is not set
+// (an empty value is returned as set). The one place that reads the
+// environment, so tests and tools see every lookup go through here.
+std::optional<std::string> EnvironmentVariable(const char* name);
+
+// Opens `path` for writing only, never through a symbolic link planted in
+// its place: created with mode 0600 when missing.
+// `flags` adds open(2) flags (O_APPEND, O_TRUNC, O_EXCL). Returns the
+// descriptor (close-on-exec), or -1 with errno set.
+int CreatePrivateFile(const std::string& path, int flags);
 
 } // namespace Platform

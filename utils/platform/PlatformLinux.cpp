@@ -1,5 +1,6 @@
 #include "utils/platform/Platform.h"
 
+#include <fcntl.h>
 #include <pwd.h>
 #include <sys/stat.h>
 #include <sys/utsname.h>
@@ -15,8 +16,7 @@ namespace Platform {
 namespace {
 
 std::string Environment(const char* name) {
-    const char* value = std::getenv(name);
-    return value != nullptr ? value : "";
+    return EnvironmentVariable(name).value_or("");
 }
 
 bool StartsWith(const std::string& text, const std::string& prefix) {
@@ -232,6 +232,18 @@ bool MakePrivateDirectory(const std::string& path) {
         return false;
     }
     return S_ISDIR(info.st_mode) && info.st_uid == geteuid() && (info.st_mode & 022) == 0;
+}
+
+std::optional<std::string> EnvironmentVariable(const char* name) {
+    const char* value = std::getenv(name);
+    if (value == nullptr) {
+        return std::nullopt;
+    }
+    return std::string(value);
+}
+
+int CreatePrivateFile(const std::string& path, int flags) {
+    return open(path.c_str(), O_WRONLY | O_CREAT | O_NOFOLLOW | O_CLOEXEC | flags, 0600);
 }
 
 } // namespace Platform

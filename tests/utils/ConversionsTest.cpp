@@ -25,15 +25,13 @@ TEST(ByteWiseConversion, SignExtendsAndNarrowsToTheLowByte) {
               Bytes({0xE9, 0x31, 0x00, 0xE9}));
     // Every byte, over more than one block of the widening loop.
     std::string all;
+    fn_wstring widened;
     for (int b = 0; b < 5 * 256; ++b) {
         all.push_back(static_cast<char>(b));
+        widened.push_back(static_cast<signed char>(b));
     }
-    const fn_wstring wide = Utils::string2wstring(all);
-    ASSERT_EQ(wide.size(), all.size());
-    for (std::size_t i = 0; i < all.size(); ++i) {
-        ASSERT_EQ(wide[i], static_cast<signed char>(all[i])) << "at " << i;
-    }
-    EXPECT_EQ(Utils::wstring2string(wide), all);
+    EXPECT_EQ(Utils::string2wstring(all), widened);
+    EXPECT_EQ(Utils::wstring2string(widened), all);
 }
 
 // Each kernel version this processor can run, forced in turn; the best one
@@ -99,25 +97,27 @@ TEST(Utf8Conversion, EncodesWithTheThreeByteRulesAndDecodesByLeadByte) {
 
 // Every sequence kind (truncated, stray and ending ones included) at every
 // position of ASCII texts of every length up to 64, so across every block
-// boundary and tail of the vector loops, each text at another alignment.
-TEST(Utf8Conversion, EveryKernelMatchesTheScalarOneAtEveryPositionAndAlignment) {
-    const std::string pieces[] = {"\xC3\xA9",
-                                  "\xE2\x82\xAC",
-                                  "\xF0\x9F\x98\x80",
-                                  "\x80",
-                                  "\xBF",
-                                  "\xC3",
-                                  "\xE2\x82",
-                                  "\xF0\x9F",
-                                  std::string(1, '\0'),
-                                  "\xC0\x80",
-                                  "\xDF\xBF\xEF\xBF\xBF\xC3\xA9",
-                                  "\xC3\xC3\xA9",
-                                  "\xE2\xC3\xA9",
-                                  "\xFF\xFF\xFF\xFF\xFF",
-                                  "\x7F"};
+// boundary and tail of the vector loops, each text at another alignment;
+// then long texts, for many steps of the conversions' chunked loops, and
+// three-byte sequences only, where the loops' power-of-two steps end inside one.
+TEST(Utf8Conversion, EveryKernelMatchesTheScalarOne) {
+    // clang-format off
+    const std::string pieces[] = {"\xC3\xA9", "\xE2\x82\xAC", "\xF0\x9F\x98\x80", "\x80", "\xBF", "\xC3",
+                                  "\xE2\x82", "\xF0\x9F", std::string(1, '\0'), "\xC0\x80", "\x7F",
+                                  "\xDF\xBF\xEF\xBF\xBF\xC3\xA9", "\xC3\xC3\xA9", "\xE2\xC3\xA9", "\xFF\xFF\xFF\xFF\xFF"};
+    // clang-format on
     const wchar_t elements[] = {0x80,    0x7FF, 0x800, 0x20AC, 0xFFFF,  0x10000,
                                 0x1F600, -1,    0,     0x7F,   INT_MIN, 0xD83D};
+    std::string longText;
+    fn_wstring longWide;
+    for (std::size_t i = 0; longText.size() < 150000; ++i) { // more than two decoding steps
+        longText += pieces[(i * i + i / 5) % 6];             // whole, stray and cut sequences
+        longWide += elements[(i * 7 + i / 3) % std::size(elements)];
+    }
+    std::string euros;
+    for (int i = 0; i < 100000; ++i) {
+        euros += "\xE2\x82\xAC";
+    }
     std::string padded(64 + 16 + 3, '\0');
     std::vector<wchar_t> decoded(64 + 16 + utf8kernels::kDecodeSlack);
     OnEveryPath([&] {
@@ -147,33 +147,13 @@ TEST(Utf8Conversion, EveryKernelMatchesTheScalarOneAtEveryPositionAndAlignment) 
                 }
             }
         }
-    });
-}
-
-// Long texts: many steps of the conversions' chunked loops, and
-// three-byte sequences only, where the loops' power-of-two steps end inside one.
-TEST(Utf8Conversion, EveryKernelMatchesTheScalarOneOnLongText) {
-    const char* const kinds[] = {"a",    "\xC3\xA9", "\xE2\x82\xAC", "\xF0\x9F\x98\x80",
-                                 "\xBF", "\xE2"};
-    const wchar_t elements[] = {L'a', 0xE9, 0x20AC, 0x1F600, 0x7FF, L'z', 0xFFFF};
-    std::string text;
-    fn_wstring wide;
-    for (std::size_t i = 0; text.size() < 150000; ++i) { // more than two decoding steps
-        text += kinds[(i * i + i / 5) % 6];
-        wide += elements[(i * 7 + i / 3) % 7];
-    }
-    std::string euros;
-    for (int i = 0; i < 100000; ++i) {
-        euros += "\xE2\x82\xAC";
-    }
-    OnEveryPath([&] {
-        EXPECT_EQ(Utils::utf8towstring(text), ScalarDecode(text));
-        EXPECT_EQ(Utils::wstring2utf8(wide), ScalarEncode(wide));
+        EXPECT_EQ(Utils::utf8towstring(longText), ScalarDecode(longText));
+        EXPECT_EQ(Utils::wstring2utf8(longWide), ScalarEncode(longWide));
         EXPECT_EQ(Utils::utf8towstring(euros), fn_wstring(100000, 0x20AC));
     });
 }
 
-TEST(NumberText, FormatsPlainDecimalAndParsesLikeAtoi) {
+TEST(NumberText, FormatsPlainDecimalParsesLikeAtoiAndSizesBytes) {
     EXPECT_EQ(Utils::int2string(-7), "-7");
     EXPECT_EQ(Utils::int2string(INT_MIN), "-2147483648");
     EXPECT_EQ(Utils::long2string(LONG_MAX), "9223372036854775807");
@@ -191,6 +171,13 @@ TEST(NumberText, FormatsPlainDecimalAndParsesLikeAtoi) {
     EXPECT_EQ(Utils::string2long("9000000000"), 9000000000L);
     EXPECT_EQ(Utils::wstring2int(Wide({0x131, 0x132})), 12); // narrowed first: U+0131 reads as "1"
     EXPECT_EQ(Utils::wstring2long(Wide({0x34, 0x100, 0x35})), 4); // 0x100 narrows to 0
+    // Byte sizes use strict thresholds.
+    const std::pair<unsigned, const char*> sizes[] = {
+        {0, "0 Bytes"},       {1024, "1024 Bytes"}, {1025, "1 KB"},    {2047, "1 KB"},
+        {1048576, "1024 KB"}, {1049599, "1024 KB"}, {1049600, "1 MB"}, {4294967295u, "4095 MB"}};
+    for (const auto& [bytes, text] : sizes) {
+        EXPECT_EQ(Utils::bytesize2string(bytes), text) << bytes;
+    }
 }
 
 TEST(Utf16Units, CopiesUnitsZeroExtendedWithoutPairing) {
@@ -206,15 +193,6 @@ TEST(Utf16Units, CopiesUnitsZeroExtendedWithoutPairing) {
     EXPECT_EQ(Utils::nsstring2wstring(units, 2), Wide({0x61, 0xD83D}));
     EXPECT_EQ(Utils::nsstring2wstring(units, 0), fn_wstring());
     EXPECT_EQ(Utils::nsstring2wstring(nullptr, 5), fn_wstring());
-}
-
-TEST(ByteSizeText, UsesStrictThresholds) {
-    const std::pair<unsigned, const char*> cases[] = {
-        {0, "0 Bytes"},       {1024, "1024 Bytes"}, {1025, "1 KB"},    {2047, "1 KB"},
-        {1048576, "1024 KB"}, {1049599, "1024 KB"}, {1049600, "1 MB"}, {4294967295u, "4095 MB"}};
-    for (const auto& [bytes, text] : cases) {
-        EXPECT_EQ(Utils::bytesize2string(bytes), text) << bytes;
-    }
 }
 
 TEST(VersionComparison, ComparesNumberByNumber) {

@@ -89,12 +89,6 @@ TEST_F(DiagnosticLogTest, NeverWritesThroughAPlantedLink) {
     fs::create_symlink(target, file);
     Utils::LogMessage("intruder");
     EXPECT_EQ(ReadFile(target), "precious");
-
-    // Without a usable temporary folder the path starts at the root.
-    fs::create_directory(scratch / "linked");
-    fs::create_directory_symlink(scratch.path(), scratch / "linked/TemporaryItems");
-    ScopedEnv linked("TMPDIR", scratch / "linked");
-    EXPECT_EQ(Utils::GetLogFilename(), "/quorvel-logs/log.txt");
 }
 
 } // namespace

@@ -3,9 +3,10 @@
 // Everything the utilities need from the system that is not plain C library
 // or POSIX file access comes through here: the user's locale and languages,
 // the processor family, the operating system's version, the per-user
-// folders, the environment, private files and the clock. The logic above this seam keeps the
-// documented result formats and fallbacks; this seam only finds the raw values. One implementation
-// per system (PlatformLinux.cpp on Linux).
+// folders, the environment, private files and the clock. The logic above
+// this seam keeps the documented result formats and fallbacks; this seam
+// only finds the raw values, and leaves reading their text to SettingsText.
+// One implementation per system (PlatformLinux.cpp on Linux).
 #pragma once
 
 #include <optional>

@@ -1,6 +1,7 @@
 // Drives the text and number conversions with arbitrary bytes, checks the
 // invariants that must hold for every input, and holds every UTF-8 kernel
-// version to the scalar reference.
+// version to the scalar reference, element by element and byte by byte.
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -25,9 +26,38 @@ void Check(bool condition) {
     }
 }
 
-// The UTF-8 conversions with each vector kernel version this processor has
-// give what they give with the scalar one.
-void CheckKernelsAgree(const std::string& bytes, const fn::fn_wstring& wide) {
+// Each kernel version, called directly on the whole input and on a window
+// of it, gives the scalar reference's answer: the same elements, the same
+// stopping place, the same bytes.
+void CheckKernelsAgainstScalar(const std::string& bytes, const fn::fn_wstring& wide) {
+    const auto* s = reinterpret_cast<const unsigned char*>(bytes.data());
+    const std::size_t n = bytes.size();
+    const std::size_t from = n == 0 ? 0 : s[0] % (n + 1);
+    const std::size_t limits[] = {n, from + (n - from) / 2};
+    std::vector<wchar_t> expected(n + utf8kernels::kDecodeSlack);
+    std::vector<wchar_t> actual(expected.size());
+    std::string encodedExpected(3 * wide.size() + utf8kernels::kEncodeSlack, '\0');
+    std::string encodedActual(encodedExpected.size(), '\0');
+    const std::size_t encodedSize =
+        utf8kernels::EncodeScalar(wide.data(), wide.size(), encodedExpected.data());
+    for (const utf8kernels::Isa isa : kernelchoice::SupportedIsas()) {
+        Check(utf8kernels::Select(isa));
+        const utf8kernels::Kernels& kernels = utf8kernels::Active();
+        for (const std::size_t limit : limits) {
+            const utf8kernels::DecodeResult want =
+                utf8kernels::DecodeScalar(s, n, from, limit, expected.data());
+            const utf8kernels::DecodeResult got = kernels.decode(s, n, from, limit, actual.data());
+            Check(got.next == want.next && got.count == want.count && got.ended == want.ended);
+            Check(std::equal(actual.begin(), actual.begin() + got.count, expected.begin()));
+        }
+        Check(kernels.encode(wide.data(), wide.size(), encodedActual.data()) == encodedSize);
+        Check(encodedActual.compare(0, encodedSize, encodedExpected, 0, encodedSize) == 0);
+    }
+}
+
+// The conversions themselves, with each kernel version in use, give what
+// they give with the scalar one.
+void CheckConversionsAgree(const std::string& bytes, const fn::fn_wstring& wide) {
     utf8kernels::Select(utf8kernels::Isa::kScalar);
     const fn::fn_wstring decoded = Utils::utf8towstring(bytes);
     const std::string encoded = Utils::wstring2utf8(wide);
@@ -53,7 +83,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const fn::fn_wstring wide = WideFrom(data, size);
     const std::string utf8 = Utils::wstring2utf8(wide);
     Check(utf8.size() <= 3 * wide.size());
-    CheckKernelsAgree(bytes, wide);
+    CheckKernelsAgainstScalar(bytes, wide);
+    CheckConversionsAgree(bytes, wide);
 
     std::vector<unsigned short> units(size / 2 + 1, 0);
     std::memcpy(units.data(), data, (size / 2) * 2);

@@ -58,7 +58,9 @@ fn::fn_wstring string2wstring(const std::string& text) {
         const std::size_t count = std::min(ChunkedAppender::kSize, text.size() - i);
         wchar_t* dst = sink.Reserve(count);
         for (std::size_t k = 0; k < count; ++k) {
-            dst[k] = in[i + k]; // sign extension of bytes 0x80-0xFF is deliberate
+            // Deliberate sign extension of bytes 0x80-0xFF: callers carry raw bytes
+            // in wide strings and get them back whole from wstring2string.
+            dst[k] = in[i + k];
         }
         sink.Commit(count);
     }
@@ -181,7 +183,8 @@ fn::fn_wstring nsstring2wstring(const char16_t* units, std::size_t count) {
 std::string bytesize2string(unsigned int bytes) {
     unsigned long value = bytes;
     const char* unit = " Bytes";
-    // Strictly greater than 1024, and never above MB: both deliberate.
+    // Strictly greater than 1024, and never above MB: both deliberate, since
+    // the library's users show these exact texts ("1024 Bytes", "4095 MB").
     if (value > 1024) {
         value >>= 10;
         unit = " KB";

@@ -1,11 +1,13 @@
 #include "utils/DiagnosticLog.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <cstdio>
 #include <cstdlib>
-#include <ctime>
 
 #include "utils/FileHelpers.h"
-#include "utils/SafeFile.h"
+#include "utils/platform/Platform.h"
 
 namespace Utils {
 namespace {
@@ -15,18 +17,25 @@ constexpr std::size_t kWideMessageBufferSize = 1024;
 // Opens the log for appending, or returns null when its folder is missing.
 // A link planted in place of the file is refused rather than followed.
 std::FILE* OpenLog() {
-    return OpenForWritingNoFollow(GetLogFilename(), true);
+    const int fd = Platform::CreatePrivateFile(GetLogFilename(), O_APPEND);
+    if (fd < 0) {
+        return nullptr;
+    }
+    std::FILE* file = fdopen(fd, "a");
+    if (file == nullptr) {
+        close(fd);
+    }
+    return file;
 }
 
-// asctime's 24-character UTC stamp; its line feed becomes a blank.
+// asctime's UTC stamp with its line feed turned into a blank, then "%s ":
+// two blanks before the message.
 void WriteStamp(std::FILE* file) {
-    const std::time_t now = std::time(nullptr);
-    std::tm broken{};
-    char stamp[64] = {};
-    if (gmtime_r(&now, &broken) != nullptr && asctime_r(&broken, stamp) != nullptr) {
-        stamp[24] = ' ';
+    std::string stamp = Platform::UtcTimeStamp();
+    if (!stamp.empty()) {
+        stamp += ' ';
     }
-    std::fprintf(file, "%s ", stamp);
+    std::fprintf(file, "%s ", stamp.c_str());
 }
 
 void Append(const char* message, const std::int32_t* errorCode) {

@@ -11,6 +11,7 @@
 
 namespace kernelchoice {
 
+// The instruction sets a family may have versions for, slowest first.
 enum class Isa { kScalar, kSse2, kAvx2 };
 
 // True when this processor and build can run `isa`'s kernels.
@@ -36,6 +37,8 @@ inline std::vector<Isa> SupportedIsas() {
     return isas;
 }
 
+// The version of one family in use, chosen the first time the family is
+// used; `Kernels` is the family's table of function pointers.
 template <typename Kernels> class Choice {
 public:
     // Versions a build does not have are null.
@@ -44,6 +47,7 @@ public:
         Select(Isa::kAvx2) || Select(Isa::kSse2);
     }
 
+    // The version in use.
     const Kernels& Active() const { return *inUse_.load(std::memory_order_relaxed); }
 
     // Puts `isa`'s version in use; false (and no change) when it cannot run here.

@@ -10,6 +10,7 @@
 // A lock that can be taken and released.
 class QUORVEL_EXPORT ILockable {
 public:
+    // Destroys the lock, which nobody may hold then.
     virtual ~ILockable() = default;
 
     // Blocks until the lock is held by the calling thread.
@@ -22,11 +23,15 @@ public:
 // A recursive lock: nested `Lock` calls on one thread need as many `Unlock`s.
 class QUORVEL_EXPORT LockableImpl : public ILockable {
 public:
+    // A lock that nobody holds.
     LockableImpl() = default;
+    // Not copied: a copy would be a second lock guarding nothing.
     LockableImpl(const LockableImpl&) = delete;
     LockableImpl& operator=(const LockableImpl&) = delete;
 
+    // Blocks until the calling thread holds the lock; it may hold it already.
     void Lock() override;
+    // Releases one of the calling thread's holds.
     void Unlock() override;
 
 private:

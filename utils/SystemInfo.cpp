@@ -45,7 +45,8 @@ fn::fn_wstring getCountry() {
     if (underscore == fn::fn_wstring::npos) {
         return locale;
     }
-    // Deliberately lopsided: "en_" keeps the part before the underscore.
+    // Deliberately lopsided: "en_" keeps the part before the underscore, the
+    // country text the library's users were written against.
     if (underscore + 1 == locale.size()) {
         return locale.substr(0, underscore);
     }
@@ -69,7 +70,9 @@ fn::fn_wstring getProcessorTypeFor(int cpuType) {
     case 0x01000012:
         return L"PowerPC";
     default:
-        return L"Intel"; // every unknown processor counts as Intel, deliberately
+        // Every unknown processor counts as Intel, deliberately: the library's
+        // users (and quorvel-diag's report) know only these four names.
+        return L"Intel";
     }
 }
 

@@ -31,7 +31,8 @@ std::size_t DecodeOne(const unsigned char* s, std::size_t n, std::size_t i, wcha
         *value = static_cast<wchar_t>(((b & 0x1Fu) << 6) | c1);
         return 2;
     }
-    // Stray continuation bytes keep their low seven bits, deliberately.
+    // Stray continuation bytes keep their low seven bits, deliberately: every
+    // vector kernel copies this rule, and callers get 0xA9 back as U+0029.
     *value = static_cast<wchar_t>(b & 0x7Fu);
     return 1;
 }

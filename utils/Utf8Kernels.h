@@ -13,8 +13,10 @@
 
 namespace utf8kernels {
 
+// The versions of the kernels, as tests and fuzzers name them to `Select`.
 using kernelchoice::Isa;
 
+// How far a decoder got.
 struct DecodeResult {
     std::size_t next;  // where the next sequence starts
     std::size_t count; // elements written
@@ -38,6 +40,7 @@ using DecodeFn = DecodeResult (*)(const unsigned char* s, std::size_t n, std::si
 // `3 * count + kEncodeSlack` bytes; returns the bytes written.
 using EncodeFn = std::size_t (*)(const wchar_t* in, std::size_t count, char* out);
 
+// One version of the two kernels; every version keeps the contracts above.
 struct Kernels {
     DecodeFn decode;
     EncodeFn encode;
@@ -49,6 +52,7 @@ DecodeResult DecodeScalar(const unsigned char* s, std::size_t n, std::size_t fro
 std::size_t EncodeScalar(const wchar_t* in, std::size_t count, char* out);
 
 #if defined(__x86_64__)
+// The vector versions, in Utf8KernelsSse2.cpp and Utf8KernelsAvx2.cpp.
 DecodeResult DecodeSse2(const unsigned char* s, std::size_t n, std::size_t from, std::size_t limit,
                         wchar_t* out);
 std::size_t EncodeSse2(const wchar_t* in, std::size_t count, char* out);

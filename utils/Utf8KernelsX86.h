@@ -17,6 +17,7 @@ inline __m128i AtLeast(__m128i v, unsigned char t) {
     return _mm_cmpeq_epi8(_mm_max_epu8(v, _mm_set1_epi8(static_cast<char>(t))), v);
 }
 
+// Each byte of `yes` where `mask` is 0xFF, of `no` elsewhere.
 inline __m128i Select(__m128i mask, __m128i yes, __m128i no) {
     return _mm_or_si128(_mm_and_si128(mask, yes), _mm_andnot_si128(mask, no));
 }

@@ -7,6 +7,8 @@
 
 namespace xmlsearch {
 
+// What `Find` gives when the key is not there: std::string's own mark, so
+// callers compare against npos as with std::string::find.
 constexpr std::size_t kNotFound = std::string::npos;
 
 // The first occurrence of `key` in `text` at or after `from`; an empty key is

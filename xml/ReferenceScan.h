@@ -15,8 +15,10 @@
 
 namespace xmlscan {
 
+// The versions of the scans, as tests and fuzzers name them to `Select`.
 using kernelchoice::Isa;
 
+// What a `FindFn` gives when the key is not there.
 constexpr std::size_t kNotFound = static_cast<std::size_t>(-1);
 
 // Spare bytes a kernel may scribble on behind the ones it writes.
@@ -43,6 +45,7 @@ using RemoveFn = std::size_t (*)(const char* in, std::size_t n, char* out);
 using FindFn = std::size_t (*)(const char* text, std::size_t n, std::size_t from, const char* key,
                                std::size_t length);
 
+// One version of the four scans; every version keeps the contracts above.
 struct Kernels {
     EscapeFn escape;
     DecodeFn decode;
@@ -111,6 +114,7 @@ std::size_t FindScalar(const char* text, std::size_t n, std::size_t from, const 
                        std::size_t length);
 
 #if defined(__x86_64__)
+// The vector versions, in ReferenceScanSse2.cpp and ReferenceScanAvx2.cpp.
 extern const Kernels kSse2;
 extern const Kernels kAvx2;
 #endif

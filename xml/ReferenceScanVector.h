@@ -136,6 +136,8 @@ bool CopyToReference(const char* in, std::size_t n, std::size_t* from, char** w)
     return false;
 }
 
+// Runs of bytes up to each "&#" are copied a block at a time; from each
+// reference on the rules of `RemoveFn` apply.
 template <typename V> std::size_t Remove(const char* in, std::size_t n, char* out) {
     char* w = out;
     std::size_t work = 0;

@@ -36,8 +36,9 @@ bool XMLUtility::ConvertStringReferenceToUTF8(const std::string& text, std::stri
 }
 
 // The references' values would only be collected and dropped, never written
-// anywhere (they are removed, not decoded, deliberately), so the scan does
-// not compute them.
+// anywhere (they are removed, not decoded, deliberately: callers get the
+// text without them, as `ConvertStringReferenceToUTF8` does before its
+// entity step), so the scan does not compute them.
 bool XMLUtility::ConvertStringCharacterReferenceToUTF8(const std::string& text,
                                                        std::string& result) {
     return Shrink(text, result, xmlscan::Active().remove);

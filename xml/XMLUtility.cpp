@@ -55,7 +55,7 @@ void ScanValues(const std::string& text, const std::string& open, const std::str
 bool XMLUtility::GetValueForOutermostKey(const std::string& text, const std::string& open,
                                          const std::string& close, std::string& value) {
     if (TooShort(text, open, close)) {
-        return false; // value deliberately left as it was
+        return false; // deliberate: callers keep their default in `value`
     }
     value.clear();
     const std::size_t found = Find(text, open, 0);
@@ -102,7 +102,7 @@ bool XMLUtility::GetValuesInsideKey(const std::string& text, const std::string& 
 bool XMLUtility::GetAttribute(const std::string& text, const std::string& name,
                               std::string& value) {
     if (text.empty() || name.empty()) {
-        return false; // value deliberately left as it was
+        return false; // deliberate: callers keep their default in `value`
     }
     return GetValuesInsideKey(text, AttributeKey(name), "\"", value);
 }

@@ -7,6 +7,7 @@
 #include <filesystem>
 
 #include "tests/support/ScratchDir.h"
+#include "utils/DiagnosticLog.h"
 
 namespace {
 
@@ -120,6 +121,8 @@ TEST(TemporaryFolder, IsPrivateAndRefusesFoldersOthersControl) {
     for (const char* base : {"linked", "open"}) {
         ScopedEnv tmp("TMPDIR", scratch / base);
         EXPECT_EQ(Utils::GetTempDirName(), "") << base;
+        EXPECT_EQ(Utils::GetLogFilename(),
+                  "/quorvel-logs/log.txt"); // so the log starts at the root
     }
     ScopedEnv tmp("TMPDIR", "relative"); // ignored: the per-user default applies
     EXPECT_EQ(Utils::GetTempDirName(),

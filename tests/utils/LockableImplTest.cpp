@@ -15,11 +15,10 @@ TEST(LockableImpl, GuardsUntilEveryHoldIsReleased) {
     LockableImpl lock;
     ILockable& lockable = lock;
     int counter = 0;
-    constexpr int kThreads = 4, kRounds = 2000;
     std::vector<std::thread> workers;
-    for (int t = 0; t < kThreads; ++t) {
+    for (int t = 0; t < 4; ++t) {
         workers.emplace_back([&] {
-            for (int i = 0; i < kRounds; ++i) {
+            for (int i = 0; i < 2000; ++i) {
                 lockable.Lock();
                 lockable.Lock();
                 lockable.Unlock();
@@ -33,7 +32,7 @@ TEST(LockableImpl, GuardsUntilEveryHoldIsReleased) {
     for (std::thread& worker : workers) {
         worker.join();
     }
-    EXPECT_EQ(counter, kThreads * kRounds);
+    EXPECT_EQ(counter, 4 * 2000);
 }
 
 } // namespace

@@ -100,20 +100,18 @@ TEST(OsVersion, NameAndVersionAreCachedOnceNonEmpty) {
 TEST(OsVersion, ConcurrentFirstCallsAgree) {
     ScratchDir scratch;
     Platform::SetOsReleaseFiles({scratch.Write("os-release", "VERSION_ID=\"12.4\"\n")});
-    std::string names[4], versions[4];
+    std::string seen[4];
     std::vector<std::thread> callers;
-    for (int i = 0; i < 4; ++i) {
-        callers.emplace_back([&, i] {
-            names[i] = Narrow(Utils::getOsName());
-            versions[i] = Narrow(Utils::getOsVersion());
+    for (std::string& answer : seen) {
+        callers.emplace_back([&answer] {
+            answer = Narrow(Utils::getOsName()) + "|" + Narrow(Utils::getOsVersion());
         });
     }
     for (std::thread& caller : callers) {
         caller.join();
     }
-    for (int i = 0; i < 4; ++i) {
-        EXPECT_EQ(names[i], "Apple MacOS 12.4");
-        EXPECT_EQ(versions[i], "12.4");
+    for (const std::string& answer : seen) {
+        EXPECT_EQ(answer, "Apple MacOS 12.4|12.4");
     }
 }
 

@@ -2,14 +2,18 @@
 //
 // Everything the utilities need from the system that is not plain C library
 // or POSIX file access comes through here: the user's locale and languages,
-// the processor family, the operating system's version, and the per-user
-// folders. The logic above this seam keeps the documented result formats and
-// fallbacks; this seam only finds the raw values. One implementation per
-// system (PlatformLinux.cpp on Linux).
+// the processor family, the operating system's version, the per-user
+// folders, the environment, private files and the clock. The logic above
+// this seam keeps the documented result formats and fallbacks; this seam
+// only finds the raw values, and leaves reading their text to SettingsText.
+// One implementation per system (PlatformLinux.cpp on Linux).
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
+
+#include "utils/SettingsText.h"
 
 namespace Platform {
 
@@ -35,17 +39,10 @@ int ProcessorTypeCodeForMachine(const std::string& machine);
 bool ProductVersion(std::string* version);
 
 // A product version read as numbers; missing or non-numeric parts are 0.
-struct VersionNumbers {
-    long major = 0;
-    long minor = 0;
-    long patch = 0;
-};
+using VersionNumbers = SettingsText::VersionNumbers;
 
 // The operating system's version as major.minor.patch.
 VersionNumbers OperatingSystemVersion();
-
-// Splits a dotted version text ("24.04" gives 24, 4, 0).
-VersionNumbers ParseVersionNumbers(const std::string& text);
 
 // The release files looked at, in order. Tests and tools point this at
 // their own files; the default is /etc/os-release, then
@@ -69,5 +66,21 @@ bool MakeDirectoryWithParents(const std::string& path);
 // by group or others. False when it is not, so nobody else can plant or
 // read what we put there.
 bool MakePrivateDirectory(const std::string& path);
+
+// The value of the environment variable `name`; nullopt when it is not set
+// (an empty value is returned as set). The one place that reads the
+// environment, so tests and tools see every lookup go through here.
+std::optional<std::string> EnvironmentVariable(const char* name);
+
+// Opens `path` for writing only, never through a symbolic link planted in
+// its place: created with mode 0600 when missing.
+// `flags` adds open(2) flags (O_APPEND, O_TRUNC, O_EXCL). Returns the
+// descriptor (close-on-exec), or -1 with errno set.
+int CreatePrivateFile(const std::string& path, int flags);
+
+// The current time in UTC as asctime writes it, without its line feed
+// ("Sun Nov 15 01:13:58 2026", 24 characters). Empty when the clock cannot
+// be read.
+std::string UtcTimeStamp();
 
 } // namespace Platform

@@ -1,34 +1,29 @@
 #include "utils/platform/Platform.h"
 
+#include <fcntl.h>
 #include <pwd.h>
 #include <sys/stat.h>
 #include <sys/utsname.h>
 #include <unistd.h>
 
 #include <cstdlib>
+#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <mutex>
 #include <system_error>
 
+#include "utils/SettingsText.h"
+
 namespace Platform {
 namespace {
 
 std::string Environment(const char* name) {
-    const char* value = std::getenv(name);
-    return value != nullptr ? value : "";
+    return EnvironmentVariable(name).value_or("");
 }
 
 bool StartsWith(const std::string& text, const std::string& prefix) {
     return text.compare(0, prefix.size(), prefix) == 0;
-}
-
-std::string WithoutQuotes(const std::string& value) {
-    if (value.size() >= 2 && (value.front() == '"' || value.front() == '\'') &&
-        value.back() == value.front()) {
-        return value.substr(1, value.size() - 2);
-    }
-    return value;
 }
 
 // The value of `key` in a KEY=value file (os-release, user-dirs.dirs);
@@ -37,8 +32,8 @@ bool ReadKeyValue(const std::string& path, const std::string& key, std::string* 
     std::ifstream file(path);
     std::string line;
     while (std::getline(file, line)) {
-        if (StartsWith(line, key + "=")) {
-            *value = WithoutQuotes(line.substr(key.size() + 1));
+        if (std::optional<std::string> found = SettingsText::KeyValue(line, key)) {
+            *value = std::move(*found);
             return true;
         }
     }
@@ -73,44 +68,16 @@ std::vector<std::string> gOsReleaseFiles = {"/etc/os-release", "/usr/lib/os-rele
 
 std::string UserLocale() {
     for (const char* name : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
-        std::string locale = Environment(name);
-        if (locale.empty()) {
-            continue;
+        const std::string locale = Environment(name);
+        if (!locale.empty()) {
+            return SettingsText::LocaleName(locale);
         }
-        locale = locale.substr(0, locale.find_first_of(".@"));
-        return (locale == "C" || locale == "POSIX") ? "" : locale;
     }
     return "";
 }
 
 std::vector<std::string> UserLanguages() {
-    const std::string locale = UserLocale();
-    if (locale.empty()) {
-        return {}; // LANGUAGE is ignored under the C locale, as gettext does
-    }
-    std::vector<std::string> languages;
-    const std::string list = Environment("LANGUAGE");
-    std::size_t start = 0;
-    while (start <= list.size() && !list.empty()) {
-        std::size_t colon = list.find(':', start);
-        if (colon == std::string::npos) {
-            colon = list.size();
-        }
-        if (colon > start) {
-            languages.push_back(list.substr(start, colon - start));
-        }
-        start = colon + 1;
-    }
-    if (languages.empty()) {
-        languages.push_back(locale);
-    }
-    for (std::string& tag : languages) {
-        tag = tag.substr(0, tag.find_first_of(".@"));
-        for (char& c : tag) {
-            c = c == '_' ? '-' : c;
-        }
-    }
-    return languages;
+    return SettingsText::LanguageTags(Environment("LANGUAGE"), UserLocale());
 }
 
 int ProcessorTypeCodeForMachine(const std::string& machine) {
@@ -159,30 +126,12 @@ bool ProductVersion(std::string* version) {
     return false;
 }
 
-VersionNumbers ParseVersionNumbers(const std::string& text) {
-    VersionNumbers numbers;
-    long* parts[] = {&numbers.major, &numbers.minor, &numbers.patch};
-    std::size_t start = 0;
-    for (long* part : parts) {
-        if (start > text.size()) {
-            break;
-        }
-        const std::size_t dot = text.find('.', start);
-        const std::string piece = text.substr(start, dot - start);
-        const bool numeric =
-            !piece.empty() && piece.find_first_not_of("0123456789") == std::string::npos;
-        *part = numeric ? std::strtol(piece.c_str(), nullptr, 10) : 0;
-        start = dot == std::string::npos ? text.size() + 1 : dot + 1;
-    }
-    return numbers;
-}
-
 VersionNumbers OperatingSystemVersion() {
     std::string version;
     if (!ProductVersion(&version)) {
         return {};
     }
-    return ParseVersionNumbers(version);
+    return SettingsText::ParseVersionNumbers(version);
 }
 
 std::string TemporaryDirectory() {
@@ -232,6 +181,28 @@ bool MakePrivateDirectory(const std::string& path) {
         return false;
     }
     return S_ISDIR(info.st_mode) && info.st_uid == geteuid() && (info.st_mode & 022) == 0;
+}
+
+std::optional<std::string> EnvironmentVariable(const char* name) {
+    const char* value = std::getenv(name);
+    if (value == nullptr) {
+        return std::nullopt;
+    }
+    return std::string(value);
+}
+
+int CreatePrivateFile(const std::string& path, int flags) {
+    return open(path.c_str(), O_WRONLY | O_CREAT | O_NOFOLLOW | O_CLOEXEC | flags, 0600);
+}
+
+std::string UtcTimeStamp() {
+    const std::time_t now = std::time(nullptr);
+    std::tm broken{};
+    char stamp[64] = {};
+    if (gmtime_r(&now, &broken) == nullptr || asctime_r(&broken, stamp) == nullptr) {
+        return "";
+    }
+    return std::string(stamp, 24); // without asctime's line feed
 }
 
 } // namespace Platform

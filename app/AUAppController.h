@@ -36,8 +36,9 @@ private:
     // user's consent first (the Preferences key "ConsentMessage").
     long RunInstallStep(const std::string** consentKey);
     long RunUninstallStep();
-    // The marker's path, or null when the Preferences name no marker file.
-    std::optional<std::string> MarkerPath() const;
+    // The marker's file name from the Preferences; null when they name none
+    // (then the marker is neither written nor removed).
+    const std::string* MarkerName() const;
     void AskForConsent(const std::string& messageKey);
 
     AlertPanel* _alertPanel = nullptr;

@@ -71,5 +71,4 @@ private:
     AUAppController* m_delegate = nullptr;
     bool m_terminated = false;
     std::unique_ptr<WindowSystem> m_windowSystem;
-    void* m_plugin = nullptr;
 };

@@ -154,203 +154,169 @@ private:
     }
 };
 
+// Every run that asks nothing, with what is in /tmp before it. Whatever the
+// Preferences name, nothing is written or removed outside /tmp, nor through
+// a link planted there; a link or FIFO at the marker path is replaced.
 TEST_F(AppProcess, CarriesOutEachOperation) {
-    struct Case {
-        std::string preferences;
-        bool staleMarker;
-        const char* line;
-        bool markerAfter;
+    enum Marker { kAbsent, kEmpty, kKept };
+    const std::string name = marker.substr(5), target = scratch / "planted-target";
+    const std::string escape = "/var/tmp/" + name, link = marker + "-folder";
+    const auto prefs = [](const std::string& file, const std::string& entries) {
+        return "{ InstallationFileName = \"" + file + "\"; " + entries + " }";
     };
-    const Case cases[] = {
-        {"OperationType = 7;", false, "[i] the 7 end with status 0.\n", true},
-        {"OperationType = 7;", true, "[i] the 7 end with status 0.\n", true}, // rewritten empty
-        {"OperationType = 8;", true, "[i] the 8 end with status 0.\n", true}, // left as it was
-        {"OperationType = 8;", false, "[i] the 8 end with status 0.\n", false},
-        {"OperationType = 9;", false, "[i] operation is none.\n", false},
-        {"OperationType = 0;", true, "[i] operation is none.\n", true},
-        {"", false, "[i] operation is none.\n", false},
-    };
-    for (const Case& c : cases) {
-        fs::remove(marker);
-        if (c.staleMarker) {
-            std::ofstream(marker) << "stale";
-        }
-        SetPreferences(c.preferences);
-        const Outcome run = Start();
-        EXPECT_EQ(run.status, 0) << c.preferences;
-        EXPECT_NE(run.output.find(c.line), std::string::npos) << c.preferences << "\n"
-                                                              << run.output;
-        EXPECT_EQ(fs::exists(marker), c.markerAfter) << c.preferences;
-        if (c.markerAfter && std::string(c.line).find(" 7 ") != std::string::npos) {
-            EXPECT_TRUE(MarkerIsEmptyFile());
-        }
-    }
-}
-
-TEST_F(AppProcess, MissingOrBrokenPreferencesEndSilentlyWithSuccess) {
-    for (const char* content :
-         {"", "{ OperationType = 7; ", "\xFF\xFE\x00", "<?xml version=\"1.0\"?><plist>"}) {
-        scratch.Write("Test.app/Contents/Resources/Preferences", content);
-        const Outcome run = Start();
-        EXPECT_EQ(run.status, 0);
-        EXPECT_EQ(run.output, "") << content;
-    }
-    fs::remove(scratch / "Test.app/Contents/Resources/Preferences");
-    EXPECT_EQ(Start().status, 0);
-    EXPECT_FALSE(fs::exists(marker));
-}
-
-// Anyone can plant things in /tmp: a link or a FIFO at the marker path is
-// stale and replaced (never followed), a folder makes the write fail.
-TEST_F(AppProcess, WhatIsPlantedAtTheMarkerPathNeitherBlocksNorRedirects) {
-    scratch.Write("Test.app/Contents/Resources/Preferences", "{ OperationType = 7; }");
-    Outcome run = Start(); // no InstallationFileName: nothing to write
-    EXPECT_EQ(run.status, 0);
-    EXPECT_NE(run.output.find("[i] the 7 end with status 0."), std::string::npos);
-    EXPECT_EQ(run.output.find("<!>"), std::string::npos);
-
-    SetPreferences("OperationType = 7;");
-    const std::string target = scratch / "planted-target";
-    const std::function<void()> plants[] = {
-        [&] { fs::create_symlink(target, marker); },
-        [&] { fs::create_symlink(scratch.path(), marker); }, // a link to a folder
-        [&] { mkfifo(marker.c_str(), 0666); },
-    };
-    for (const auto& plant : plants) {
-        fs::remove(marker);
-        plant();
-        run = Start();
-        EXPECT_EQ(run.status, 0);
-        EXPECT_TRUE(MarkerIsEmptyFile()) << run.output;
-        EXPECT_FALSE(fs::exists(target));
-    }
-    fs::remove(marker);
-    fs::create_directory(marker);
-    run = Start();
-    EXPECT_EQ(run.status, 0);
-    EXPECT_NE(run.output.find("<!> failed to create installation file."), std::string::npos);
-    fs::remove(marker);
-}
-
-// Without anybody to ask the question is declined: never a crash, however
-// the display is broken, and never a question on the terminal when the
-// environment says that nobody may be asked.
-TEST_F(AppProcess, NobodyToAskDeclines) {
-    SetPreferences(kConsent);
-    const std::string deadWayland = scratch / "wayland-0";
-    const std::map<std::string, std::string> deadDisplays = {{"DISPLAY", ":1021"},
-                                                             {"WAYLAND_DISPLAY", deadWayland}};
-    const Launch cases[] = {
-        {},
-        {std::nullopt, "", deadDisplays},
-        {std::nullopt, "", {{"DISPLAY", ":1021"}}},
-        {std::string("\n"), "", {{"DEBIAN_FRONTEND", "noninteractive"}, {"DISPLAY", ":1021"}}},
-    };
-    for (const Launch& c : cases) {
-        const Outcome run = Start(c);
-        EXPECT_EQ(run.status, 1) << run.output;
-        EXPECT_FALSE(fs::exists(marker));
-        EXPECT_EQ(run.output.find("Do you want to continue?"), std::string::npos);
-        EXPECT_NE(run.output.find("[i] language:[(null)]"), std::string::npos);
-    }
-    // A display that cannot be opened leaves the terminal to ask on.
-    const Outcome run = Start({std::string("\n"), "> ", deadDisplays});
-    EXPECT_EQ(run.status, 0) << run.output;
-    EXPECT_NE(run.output.find("no display could be opened"), std::string::npos);
-    EXPECT_TRUE(MarkerIsEmptyFile());
-}
-
-// The question in the installer's language, answered on the terminal.
-TEST_F(AppProcess, ConsentIsAskedInTheInstallersLanguage) {
-    struct Case {
-        std::optional<std::string> lproj;
-        const char* ok;
-        const char* cancel;
-        const char* message;
-    };
-    const Case cases[] = {
-        {"de", "Fortfahren", "Abbrechen", "Quorvel wird jetzt auf diesem Computer installiert."},
-        {"fr", "Continuer", "Annuler", "Voulez-vous continuer\u00a0?"},
-        {"ja", "続ける", "キャンセル", "このコンピュータに Quorvel をインストールします。"},
-        {"en", "Continue", "Cancel", "Quorvel is about to be installed on this computer."},
-        {"xx", "Continue", "Cancel",
-         "Quorvel is about to be installed"}, // no such lproj: the bundle's own
-        {std::nullopt, "Continue", "Cancel", "Quorvel is about to be installed"},
-    };
-    SetPreferences(kConsent);
-    for (const Case& c : cases) {
-        SetInstallerLanguage(c.lproj);
-        fs::remove(marker);
-        Outcome run = Start({std::string("2\n")});
-        EXPECT_EQ(run.status, 1) << run.output;
-        EXPECT_FALSE(fs::exists(marker));
-        for (const char* text : {c.ok, c.cancel, c.message}) {
-            EXPECT_NE(run.output.find(text), std::string::npos) << text << "\n" << run.output;
-        }
-        EXPECT_NE(run.output.find("[i] language:[" + c.lproj.value_or("(null)") + "]"),
-                  std::string::npos);
-        run = Start({std::string("\n")}); // Enter takes the default button
-        EXPECT_EQ(run.status, 0) << run.output;
-        EXPECT_TRUE(MarkerIsEmptyFile());
-    }
-}
-
-// The answer is the whole line: a long one is never read in pieces.
-TEST_F(AppProcess, TheAnswerIsTheWholeLine) {
-    SetPreferences(kConsent);
+    const std::function<void()> nothing = [] {}, stale = [&] { std::ofstream(marker) << "x"; };
     const struct {
-        std::string typed;
-        int status;
+        std::optional<std::string> preferences; // none: no Preferences file
+        std::function<void()> plant;
+        const char* line; // "": nothing logged at all
+        Marker after;
     } cases[] = {
-        {std::string(63, ' ') + "2\n", 1},
-        {std::string(3000, 'x') + "\n2\n", 1}, // not an answer: asked again
-        {" 1 \n", 0},
+        {prefs(name, "OperationType = 7;"), nothing, "[i] the 7 end with status 0.", kEmpty},
+        {prefs(name, "OperationType = 7;"), stale, "[i] the 7 end with status 0.", kEmpty},
+        {prefs(name, "OperationType = 8;"), stale, "[i] the 8 end with status 0.", kKept},
+        {prefs(name, "OperationType = 8;"), nothing, "[i] the 8 end with status 0.", kAbsent},
+        {prefs(name, "OperationType = 9;"), nothing, "[i] operation is none.", kAbsent},
+        {prefs(name, "OperationType = 0;"), stale, "[i] operation is none.", kKept},
+        {prefs(name, ""), nothing, "[i] operation is none.", kAbsent},
+        {"{ OperationType = 7; }", stale, "[i] the 7 end with status 0.", kKept}, // no name
+        {std::nullopt, nothing, "", kAbsent},
+        {"", nothing, "", kAbsent},
+        {"{ OperationType = 7; ", nothing, "", kAbsent},
+        {std::string("\xFF\xFE\x00", 3), nothing, "", kAbsent},
+        {"<?xml version=\"1.0\"?><plist>", nothing, "", kAbsent},
+        {prefs(name, "OperationType = 7;"), [&] { fs::create_symlink(target, marker); },
+         "[i] the 7 end with status 0.", kEmpty},
+        {prefs(name, "OperationType = 7;"), [&] { fs::create_symlink(scratch.path(), marker); },
+         "[i] the 7 end with status 0.", kEmpty},
+        {prefs(name, "OperationType = 7;"), [&] { mkfifo(marker.c_str(), 0666); },
+         "[i] the 7 end with status 0.", kEmpty},
+        {prefs(name, "OperationType = 7;"), [&] { fs::create_directory(marker); },
+         "<!> failed to create installation file.", kKept},
+        {prefs("//" + name + "/", "OperationType = 7;"), stale, "[i] the 7 end", kEmpty},
+        {prefs("../var/tmp/" + name, "OperationType = 7;"), nothing,
+         "<!> failed to create installation file.", kAbsent},
+        {prefs("..", "OperationType = 7;"), nothing, "<!> failed to create installation file.",
+         kAbsent},
+        {prefs(link.substr(5) + "/" + name, "OperationType = 7;"),
+         [&] { fs::create_symlink(scratch.path(), link); },
+         "<!> failed to create installation file.", kAbsent},
     };
     for (const auto& c : cases) {
-        fs::remove(marker);
-        const Outcome run = Start({c.typed});
-        EXPECT_EQ(run.status, c.status) << run.output.substr(0, 400);
-        EXPECT_EQ(fs::exists(marker), c.status == 0);
+        fs::remove_all(marker);
+        fs::remove(link);
+        std::ofstream(escape) << "outside";
+        std::ofstream(scratch / name) << "outside";
+        fs::remove(scratch / "Test.app/Contents/Resources/Preferences");
+        if (c.preferences) {
+            scratch.Write("Test.app/Contents/Resources/Preferences", *c.preferences);
+        }
+        c.plant();
+        const Outcome run = Start();
+        const std::string label = c.preferences.value_or("(none)") + "\n" + run.output;
+        EXPECT_EQ(run.status, 0) << label;
+        if (*c.line == '\0') {
+            EXPECT_EQ(run.output, "") << label;
+        }
+        EXPECT_NE(run.output.find(c.line), std::string::npos) << label;
+        EXPECT_EQ(run.output.find("<!>") != std::string::npos, c.line[0] == '<') << label;
+        EXPECT_EQ(MarkerIsEmptyFile(), c.after == kEmpty) << label;
+        EXPECT_EQ(fs::exists(fs::symlink_status(marker)), c.after != kAbsent) << label;
+        EXPECT_FALSE(fs::exists(target)) << label;
+        for (const std::string& outside : {escape, scratch / name}) {
+            std::ifstream file(outside);
+            EXPECT_EQ(std::string(std::istreambuf_iterator<char>(file), {}), "outside") << label;
+        }
     }
+    fs::remove_all(marker);
+    fs::remove(link);
+    fs::remove(escape);
 }
 
-// The shared property list is anyone's to plant: what is not a small
+// The question without a package manager: on the terminal, in the
+// installer's language (never from outside the bundle), the answer being the
+// whole line; declined when nobody can be asked, however the display is
+// broken. The shared property list is anyone's to plant: what is not a small
 // regular file is not read, and nothing in it can hang or crash the app.
-TEST_F(AppProcess, HostileSharedPropertyListsAreIgnored) {
+TEST_F(AppProcess, TheQuestionOnTheTerminal) {
     SetPreferences(kConsent);
+    scratch.Write("Test.app/Contents/x.lproj/Localizable.strings", "IDS_UI_BUTTON_OK = Escaped;");
+    const std::map<std::string, std::string> deadDisplays = {
+        {"DISPLAY", ":1021"}, {"WAYLAND_DISPLAY", scratch / "wayland-0"}};
+    const auto lproj = [](const std::string& name) {
+        return
+            [name] { std::ofstream(kSharedPlist) << "{ InstallerLproj = \"" << name << "\"; }"; };
+    };
     std::string deep = "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict><key>k</key>";
     for (int i = 0; i < 100000; ++i) {
         deep += "<array>";
     }
-    const std::function<void()> plants[] = {
-        [] { mkfifo(kSharedPlist, 0666); },
-        [&] { std::ofstream(kSharedPlist) << deep; },
-        [] {
-            std::ofstream(kSharedPlist)
-                << "{ InstallerLproj = de; x = \"" << std::string(1 << 20, 'x') << "\"; }";
-        },
-        [&] {
-            std::ofstream(scratch / "lproj") << "{ InstallerLproj = de; }";
-            fs::create_symlink(scratch / "lproj", kSharedPlist);
-        },
+    const std::string huge = "{ InstallerLproj = de; x = \"" + std::string(1 << 20, 'x') + "\"; }";
+    const std::string en = "Quorvel is about to be installed on this computer.";
+    Launch fifoWhileAsked{std::string("\n")};
+    fifoWhileAsked.whenAsked = [this] { ASSERT_EQ(mkfifo(marker.c_str(), 0666), 0); };
+    const std::function<void()> nothing = [] {};
+    const struct {
+        Launch launch;
+        std::function<void()> shared; // puts the shared property list in place
+        int status;
+        std::vector<std::string> shown; // in the output; "!text": not in it
+    } cases[] = {
+        {{}, nothing, 1, {"no display and no terminal", "[i] language:[(null)]"}},
+        {{std::nullopt, "", deadDisplays}, nothing, 1, {"no display could be opened", "!" + en}},
+        {{std::nullopt, "", {{"DISPLAY", ":1021"}}}, nothing, 1, {"no display and no terminal"}},
+        {{std::string("\n"), "", {{"DEBIAN_FRONTEND", "noninteractive"}, {"DISPLAY", ":1021"}}},
+         nothing,
+         1,
+         {"nobody may be asked", "!" + en}},
+        {{std::string("\n"), "> ", deadDisplays}, nothing, 0, {"no display could be opened", en}},
+        {{std::string(63, ' ') + "2\n"},
+         nothing,
+         1,
+         {"[i] language:[(null)]", "Continue", "Cancel"}},
+        {{std::string(3000, 'x') + "\n2\n"}, nothing, 1, {}}, // not an answer: asked again
+        {{std::string(" 1 \n")}, nothing, 0, {}},
+        {fifoWhileAsked, nothing, 0, {}}, // replaced, never written through
+        {{std::string("2\n")},
+         lproj("de"),
+         1,
+         {"[i] language:[de]", "Fortfahren", "Abbrechen",
+          "Quorvel wird jetzt auf diesem Computer installiert."}},
+        {{std::string("2\n")},
+         lproj("fr"),
+         1,
+         {"Continuer", "Annuler", "Voulez-vous continuer\u00a0?"}},
+        {{std::string("2\n")},
+         lproj("ja"),
+         1,
+         {"続ける", "キャンセル", "このコンピュータに Quorvel をインストールします。"}},
+        {{std::string("2\n")}, lproj("xx"), 1, {"[i] language:[xx]", "Continue", "Cancel", en}},
+        {{std::string("2\n")}, lproj("../x"), 1, {"[i] language:[../x]", "Continue", "!Escaped"}},
+        {{}, [] { mkfifo(kSharedPlist, 0666); }, 1, {"[i] language:[(null)]"}},
+        {{}, [&] { std::ofstream(kSharedPlist) << deep; }, 1, {"[i] language:[(null)]"}},
+        {{}, [&] { std::ofstream(kSharedPlist) << huge; }, 1, {"[i] language:[(null)]"}},
+        {{},
+         [&] {
+             std::ofstream(scratch / "lproj") << "{ InstallerLproj = de; }";
+             fs::create_symlink(scratch / "lproj", kSharedPlist);
+         },
+         1,
+         {"[i] language:[(null)]"}},
     };
-    for (const auto& plant : plants) {
+    for (const auto& c : cases) {
+        fs::remove(marker);
         fs::remove(kSharedPlist);
-        plant();
-        const Outcome run = Start();
-        EXPECT_EQ(run.status, 1) << run.output;
-        EXPECT_NE(run.output.find("[i] language:[(null)]"), std::string::npos) << run.output;
+        c.shared();
+        const Outcome run = Start(c.launch);
+        const std::string label = run.output.substr(0, 2000);
+        EXPECT_EQ(run.status, c.status) << label;
+        EXPECT_EQ(MarkerIsEmptyFile(), c.status == 0) << label;
+        for (const std::string& text : c.shown) {
+            const bool absent = text[0] == '!';
+            EXPECT_EQ(run.output.find(text.substr(absent ? 1 : 0)) == std::string::npos, absent)
+                << text << "\n"
+                << label;
+        }
     }
-}
-
-// A FIFO planted at the marker path while the question waits.
-TEST_F(AppProcess, AFifoPlantedWhileTheQuestionWaitsIsReplaced) {
-    SetPreferences(kConsent);
-    Launch consent{std::string("\n")};
-    consent.whenAsked = [this] { ASSERT_EQ(mkfifo(marker.c_str(), 0666), 0); };
-    const Outcome run = Start(consent);
-    EXPECT_EQ(run.status, 0) << run.output;
-    EXPECT_TRUE(MarkerIsEmptyFile());
 }
 
 // Under a Debian package manager the question goes through debconf, with a

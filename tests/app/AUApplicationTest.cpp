@@ -45,8 +45,8 @@ TEST(AUApplication, MissingStringsAreRetriedAndKeysStandForThemselves) {
     EXPECT_EQ(AUApplication::localizedString(nullptr), "");
     const std::string log = testing::internal::GetCapturedStderr();
     std::size_t lines = 0;
-    for (std::size_t at = log.find("[i] language:[(null)]"); at != std::string::npos;
-         at = log.find("[i] language:[(null)]", at + 1)) {
+    for (std::size_t at = 0; (at = log.find("[i] language:[(null)]", at)) != std::string::npos;
+         ++at) {
         ++lines;
     }
     EXPECT_EQ(lines, 3u); // once per call while nothing can be loaded

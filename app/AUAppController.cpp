@@ -13,8 +13,9 @@ constexpr const char* kConsentMessageKey = "ConsentMessage";
 // The marker's path: `name` joined to /tmp as one path component, slashes
 // around it dropped as a path join drops them. Nullopt when that would not
 // name a file directly in /tmp ("a/b", "..", "../x"). Deliberately stricter
-// than a plain join: the installer looks for the marker in /tmp itself, and
-// a folder on the way could be a link that anyone planted there.
+// than a plain join: the package installer relies on the marker being in
+// /tmp and nowhere else, and a folder on the way could be a link that anyone
+// planted there.
 std::optional<std::string> PathInTmp(const std::string& name) {
     const std::size_t first = name.find_first_not_of('/');
     if (first == std::string::npos) {

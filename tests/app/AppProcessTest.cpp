@@ -29,7 +29,6 @@ struct Launch {
     std::optional<std::string> answer; // typed on a terminal; none: no terminal at all
     std::string prompt = "> ";         // typed once this has been shown
     std::map<std::string, std::string> env = {};
-    std::function<void()> whenAsked = {}; // runs when the prompt shows, before typing
 };
 
 struct Outcome {
@@ -40,9 +39,6 @@ struct Outcome {
 class AppProcess : public ::testing::Test {
 protected:
     void SetUp() override {
-        marker = "/tmp/quorvel-test-marker-" + std::to_string(getpid());
-        fs::remove(marker);
-        fs::remove(kSharedPlist);
         fs::create_directories(scratch / "Test.app/Contents/MacOS");
         fs::create_directories(scratch / "Test.app/Contents/PlugIns");
         fs::copy_file(QUORVEL_APP_EXE, app);
@@ -53,7 +49,7 @@ protected:
         fs::remove(scratch / "Test.app/Contents/Resources/Preferences");
     }
     void TearDown() override {
-        fs::remove(marker);
+        fs::remove_all(marker);
         fs::remove(kSharedPlist);
     }
 
@@ -102,9 +98,6 @@ protected:
         pollfd wait{output, POLLIN, 0};
         while (std::chrono::steady_clock::now() < deadline && poll(&wait, 1, 100) >= 0) {
             if (!typed && outcome.output.find(run.prompt) != std::string::npos) {
-                if (run.whenAsked) {
-                    run.whenAsked();
-                }
                 (void)!write(output, run.answer->data(), run.answer->size());
                 typed = true;
             }
@@ -132,7 +125,7 @@ protected:
     }
 
     ScratchDir scratch;
-    std::string marker;
+    std::string marker = "/tmp/quorvel-test-marker-" + std::to_string(getpid());
     std::string app = scratch / "Test.app/Contents/MacOS/QuorvelInstaller";
 
 private:
@@ -228,41 +221,72 @@ TEST_F(AppProcess, CarriesOutEachOperation) {
             EXPECT_EQ(std::string(std::istreambuf_iterator<char>(file), {}), "outside") << label;
         }
     }
-    fs::remove_all(marker);
     fs::remove(link);
     fs::remove(escape);
 }
 
-// The question without a package manager: on the terminal, in the
-// installer's language (never from outside the bundle), the answer being the
-// whole line; declined when nobody can be asked, however the display is
-// broken. The shared property list is anyone's to plant: what is not a small
-// regular file is not read, and nothing in it can hang or crash the app.
-TEST_F(AppProcess, TheQuestionOnTheTerminal) {
+// Every way of asking, the first that can ask doing so. Under a Debian
+// package manager debconf asks, with a private database: for a maintainer
+// script that uses debconf, and for one that does not (the app then starts
+// debconf's frontend itself). Else the terminal asks, in the installer's
+// language (never from outside the bundle), the answer being the whole line;
+// nobody asks (a decline) however the display is broken. The shared property
+// list is anyone's to plant: what is not a small regular file is not read.
+TEST_F(AppProcess, EveryWayOfAsking) {
     SetPreferences(kConsent);
     scratch.Write("Test.app/Contents/x.lproj/Localizable.strings", "IDS_UI_BUTTON_OK = Escaped;");
+    const std::string database = scratch / "config.dat", none = "[i] language:[(null)]";
+    const std::vector<std::string> postinst = {scratch.Write(
+        "quorvel-test.postinst", "#!/bin/sh\n. /usr/share/debconf/confmodule\n\"" + app + "\"\n")};
+    fs::permissions(postinst[0], fs::perms::owner_all);
+    const auto debconf = [&](const char* frontend, std::optional<std::string> answer, bool own) {
+        Launch run{std::move(answer),
+                   "[yes/no]",
+                   {{"DEBCONF_DB_REPLACE", "File{" + database + "}"},
+                    {"DEBIAN_FRONTEND", frontend},
+                    {"LC_ALL", "C.UTF-8"}}};
+        if (own) {
+            run.env["DPKG_MAINTSCRIPT_PACKAGE"] = "quorvel-test";
+        }
+        return run;
+    };
+    const auto preseed = [&](const std::string& value) {
+        return [&, value] {
+            const std::string line = "quorvel quorvel/consent boolean " + value;
+            const Outcome run =
+                Start(debconf("noninteractive", std::nullopt, false),
+                      {"/bin/sh", "-c", "echo '" + line + "' | debconf-set-selections"});
+            ASSERT_EQ(run.status, 0) << run.output;
+        };
+    };
+    const auto lproj = [](const std::string& name) {
+        return [name] { SetInstallerLanguage(name); };
+    };
     const std::map<std::string, std::string> deadDisplays = {
         {"DISPLAY", ":1021"}, {"WAYLAND_DISPLAY", scratch / "wayland-0"}};
-    const auto lproj = [](const std::string& name) {
-        return
-            [name] { std::ofstream(kSharedPlist) << "{ InstallerLproj = \"" << name << "\"; }"; };
-    };
-    std::string deep = "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict><key>k</key>";
-    for (int i = 0; i < 100000; ++i) {
-        deep += "<array>";
-    }
     const std::string huge = "{ InstallerLproj = de; x = \"" + std::string(1 << 20, 'x') + "\"; }";
     const std::string en = "Quorvel is about to be installed on this computer.";
-    Launch fifoWhileAsked{std::string("\n")};
-    fifoWhileAsked.whenAsked = [this] { ASSERT_EQ(mkfifo(marker.c_str(), 0666), 0); };
     const std::function<void()> nothing = [] {};
+    const Launch decline{std::string("2\n")};
     const struct {
         Launch launch;
-        std::function<void()> shared; // puts the shared property list in place
+        std::function<void()> setup; // the shared property list, debconf's database
         int status;
-        std::vector<std::string> shown; // in the output; "!text": not in it
+        std::vector<std::string> shown;        // in the output; "!text": not in it
+        std::vector<std::string> command = {}; // none: the app itself
     } cases[] = {
-        {{}, nothing, 1, {"no display and no terminal", "[i] language:[(null)]"}},
+        {debconf("noninteractive", std::nullopt, false), nothing, 1, {"![yes/no]"}, postinst},
+        {debconf("noninteractive", std::nullopt, false), preseed("true"), 0, {}, postinst},
+        {debconf("readline", std::nullopt, false), preseed("false"), 1, {"![yes/no]"}, postinst},
+        {debconf("noninteractive", std::nullopt, true), preseed("true"), 0, {}},
+        {debconf("readline", "yes\n", true), lproj("de"), 0, {"Quorvel installieren?"}},
+        {debconf("readline", "no\n", true), lproj("fr"), 1, {"Installer Quorvel\u00a0?"}},
+        {debconf("readline", "yes\n", false),
+         lproj("ja"),
+         0,
+         {"Quorvel をインストールしますか？"},
+         postinst},
+        {{}, nothing, 1, {"no display and no terminal", none}},
         {{std::nullopt, "", deadDisplays}, nothing, 1, {"no display could be opened", "!" + en}},
         {{std::nullopt, "", {{"DISPLAY", ":1021"}}}, nothing, 1, {"no display and no terminal"}},
         {{std::string("\n"), "", {{"DEBIAN_FRONTEND", "noninteractive"}, {"DISPLAY", ":1021"}}},
@@ -270,117 +294,40 @@ TEST_F(AppProcess, TheQuestionOnTheTerminal) {
          1,
          {"nobody may be asked", "!" + en}},
         {{std::string("\n"), "> ", deadDisplays}, nothing, 0, {"no display could be opened", en}},
-        {{std::string(63, ' ') + "2\n"},
-         nothing,
-         1,
-         {"[i] language:[(null)]", "Continue", "Cancel"}},
+        {{std::string(63, ' ') + "2\n"}, nothing, 1, {none, "Continue", "Cancel"}},
         {{std::string(3000, 'x') + "\n2\n"}, nothing, 1, {}}, // not an answer: asked again
         {{std::string(" 1 \n")}, nothing, 0, {}},
-        {fifoWhileAsked, nothing, 0, {}}, // replaced, never written through
-        {{std::string("2\n")},
-         lproj("de"),
-         1,
-         {"[i] language:[de]", "Fortfahren", "Abbrechen",
-          "Quorvel wird jetzt auf diesem Computer installiert."}},
-        {{std::string("2\n")},
-         lproj("fr"),
-         1,
-         {"Continuer", "Annuler", "Voulez-vous continuer\u00a0?"}},
-        {{std::string("2\n")},
-         lproj("ja"),
-         1,
-         {"続ける", "キャンセル", "このコンピュータに Quorvel をインストールします。"}},
-        {{std::string("2\n")}, lproj("xx"), 1, {"[i] language:[xx]", "Continue", "Cancel", en}},
-        {{std::string("2\n")}, lproj("../x"), 1, {"[i] language:[../x]", "Continue", "!Escaped"}},
-        {{}, [] { mkfifo(kSharedPlist, 0666); }, 1, {"[i] language:[(null)]"}},
-        {{}, [&] { std::ofstream(kSharedPlist) << huge; }, 1, {"[i] language:[(null)]"}},
-        {{},
-         [&] {
-             std::ofstream(scratch / "lproj") << "{ InstallerLproj = de; }";
-             fs::create_symlink(scratch / "lproj", kSharedPlist);
-         },
-         1,
-         {"[i] language:[(null)]"}},
+        {decline, lproj("de"), 1, {"[i] language:[de]", "Fortfahren", "Abbrechen"}},
+        {decline, lproj("fr"), 1, {"Continuer", "Annuler", "Voulez-vous continuer\u00a0?"}},
+        {decline, lproj("ja"), 1, {"続ける", "キャンセル", "Quorvel をインストールします。"}},
+        {decline, lproj("xx"), 1, {"[i] language:[xx]", "Continue", "Cancel", en}},
+        {decline, lproj("../x"), 1, {"[i] language:[../x]", "Continue", "!Escaped"}},
+        {{}, [] { mkfifo(kSharedPlist, 0666); }, 1, {none}},
+        {{}, [&] { std::ofstream(kSharedPlist) << huge; }, 1, {none}},
+        {{}, [&] { fs::create_symlink(scratch / "lproj", kSharedPlist); }, 1, {none}},
     };
+    std::ofstream(scratch / "lproj") << "{ InstallerLproj = de; }";
     for (const auto& c : cases) {
         fs::remove(marker);
         fs::remove(kSharedPlist);
-        c.shared();
-        const Outcome run = Start(c.launch);
+        fs::remove(database);
+        c.setup();
+        const Outcome run = Start(c.launch, c.command);
         const std::string label = run.output.substr(0, 2000);
         EXPECT_EQ(run.status, c.status) << label;
         EXPECT_EQ(MarkerIsEmptyFile(), c.status == 0) << label;
         for (const std::string& text : c.shown) {
             const bool absent = text[0] == '!';
-            EXPECT_EQ(run.output.find(text.substr(absent ? 1 : 0)) == std::string::npos, absent)
+            EXPECT_EQ(run.output.find(text.substr(absent)) == std::string::npos, absent)
                 << text << "\n"
                 << label;
         }
-    }
-}
-
-// Under a Debian package manager the question goes through debconf, with a
-// private database: by a maintainer script that uses debconf, and by one
-// that does not (the app then starts debconf's frontend itself).
-TEST_F(AppProcess, UnderAPackageManagerDebconfAsks) {
-    SetPreferences(kConsent);
-    const std::string database = scratch / "config.dat";
-    const std::string postinst = scratch.Write(
-        "quorvel-test.postinst", "#!/bin/sh\n. /usr/share/debconf/confmodule\n\"" + app + "\"\n");
-    fs::permissions(postinst, fs::perms::owner_all);
-    struct Case {
-        bool sourcesConfmodule;
-        std::string frontend;
-        std::optional<std::string> preseed; // "true" or "false"
-        std::optional<std::string> answer;  // typed at the readline prompt
-        std::string lproj;                  // "": a language the bundle does not have
-        int status;
-        const char* shown; // the question's title, when it was asked
-    };
-    const Case cases[] = {
-        {true, "noninteractive", std::nullopt, std::nullopt, "", 1, nullptr},
-        {true, "noninteractive", "true", std::nullopt, "", 0, nullptr},
-        {true, "readline", "false", std::nullopt, "", 1, nullptr},
-        {false, "noninteractive", "true", std::nullopt, "", 0, nullptr},
-        {false, "readline", std::nullopt, std::string("yes\n"), "de", 0, "Quorvel installieren?"},
-        {false, "readline", std::nullopt, std::string("no\n"), "fr", 1, "Installer Quorvel\u00a0?"},
-        {true, "readline", std::nullopt, std::string("yes\n"), "ja", 0,
-         "Quorvel をインストールしますか？"},
-    };
-    for (const Case& c : cases) {
-        fs::remove(database);
-        fs::remove(marker);
-        SetInstallerLanguage(c.lproj);
-        Launch run{c.answer,
-                   "[yes/no]",
-                   {{"DEBCONF_DB_REPLACE", "File{" + database + "}"},
-                    {"DEBIAN_FRONTEND", c.frontend},
-                    {"LC_ALL", "C.UTF-8"}}};
-        if (c.preseed) {
-            const Outcome preseed = Start(run, {"/bin/sh", "-c",
-                                                "echo 'quorvel quorvel/consent boolean " +
-                                                    *c.preseed + "' | debconf-set-selections"});
-            ASSERT_EQ(preseed.status, 0) << preseed.output;
+        // debconf keeps an accepted answer; a declined one is asked again next time.
+        if (c.launch.env.count("DEBCONF_DB_REPLACE") != 0) {
+            std::ifstream file(database);
+            const std::string stored((std::istreambuf_iterator<char>(file)), {});
+            EXPECT_EQ(stored.find("Flags: seen") != std::string::npos, c.status == 0) << stored;
         }
-        if (!c.sourcesConfmodule) {
-            run.env["DPKG_MAINTSCRIPT_PACKAGE"] = "quorvel-test";
-        }
-        const Outcome outcome =
-            Start(run, c.sourcesConfmodule ? std::vector<std::string>{postinst, "configure"}
-                                           : std::vector<std::string>{});
-        const std::string label = c.frontend + " " + c.preseed.value_or("-") + " " +
-                                  c.answer.value_or("-") + "\n" + outcome.output;
-        EXPECT_EQ(outcome.status, c.status) << label;
-        EXPECT_EQ(MarkerIsEmptyFile(), c.status == 0) << label;
-        if (c.shown != nullptr) {
-            EXPECT_NE(outcome.output.find(c.shown), std::string::npos) << label;
-        } else {
-            EXPECT_EQ(outcome.output.find("[yes/no]"), std::string::npos) << label;
-        }
-        // An accepted answer stays; a declined one is asked again next time.
-        std::ifstream file(database);
-        const std::string stored((std::istreambuf_iterator<char>(file)), {});
-        EXPECT_EQ(stored.find("Flags: seen") != std::string::npos, c.status == 0) << stored;
     }
 }
 

@@ -56,29 +56,28 @@ TEST(PropertyLists, ReadsTextPlistsAndStringsFiles) {
 
 TEST(PropertyLists, MalformedFilesCountAsMissing) {
     const std::string malformed[] = {
-        "{ a = b; ",
-        "\"k\" = \"v\"",
-        "\"k\" = ;",
-        "{ a = b; } trailing",
-        "{ a = b; } /* open",
-        "( a, b )",
-        "\"unterminated",
-        "/* open comment",
-        "",
-        " // only a comment\n",
-        "{ d = <0a1>; }",
-        "{ d = <zz>; }",
-        "= \"v\";",
-        std::string(100, '{'),
+        "{ a = b; ", "\"k\" = \"v\"", "\"k\" = ;", "{ a = b; } trailing", "{ a = b; } /* open",
+        "( a, b )", "\"unterminated", "/* open comment", "", " // only a comment\n",
+        "{ d = <0a1>; }", "{ d = <zz>; }", "= \"v\";", std::string(100, '{'),
         "<?xml version=\"1.0\"?><plist><dict><key>k</key></plist>",
-        "<?xml version=\"1.0\"?><plist version=\"1.0\"><array/></plist>",
-        "bplist00garbage"};
+        "<?xml version=\"1.0\"?><plist version=\"1.0\"><array/></plist>", "bplist00garbage",
+        // A zero inside a binary key, on which libplist asserts.
+        std::string("bplist00\xD1\x01\x02\x53"
+                    "a\0b\x51v\x08\x0B\x0F",
+                    20) +
+            std::string(6, '\0') + "\x01\x01" + std::string(7, '\0') + "\x03" +
+            std::string(15, '\0') + "\x11"};
     for (const std::string& text : malformed) {
         EXPECT_EQ(ParsePropertyList(text), nullptr) << text;
     }
     EXPECT_EQ(LoadPropertyList("/nonexistent/Preferences"), nullptr);
-    // Zero bytes in strings and keys, which once tripped assertions in
-    // libplist, are in the fuzzer's seeds.
+    // A zero inside an XML string once tripped an assertion in libplist.
+    const auto zero = ParsePropertyList(std::string(
+        "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict><key>k</key><string>a\0b</string>"
+        "</dict></plist>",
+        95));
+    ASSERT_NE(StringForKey(zero.get(), "k"), nullptr);
+    EXPECT_EQ(StringForKey(zero.get(), "k")->size(), 3u); // what libplist makes of it is its own
 }
 
 // Nesting beyond 64 containers is refused in every form, before libplist's

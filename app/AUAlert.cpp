@@ -80,7 +80,9 @@ void AUAlert::openAlert(const std::string& message, const std::string& defaultTi
                         const std::string* alternateTitle) {
     _messageTextField.setStringValue(message);
     const NSSize text = _messageTextField.cellSizeForBounds(_messageTextField.bounds());
-    const double textHeight = text.height * 1.05; // a 5 % allowance, deliberately
+    // A 5 % allowance, deliberately: a translation whose wrapped height the
+    // font metrics round short still shows its last line.
+    const double textHeight = text.height * 1.05;
     const NSSize content = contentView().frame().size;
     const double height = textHeight + (content.height - _messageTextField.top()) + _buttonTop +
                           _defaultButton.height() + _buttonBottom;

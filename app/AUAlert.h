@@ -25,12 +25,15 @@ public:
     // Measures the designed margins and minimum widths; called once on load.
     void awakeFromNib();
 
+    // Fits the panel to `message` and the titles, then shows it centred.
     void openAlert(const std::string& message, const std::string& defaultTitle,
                    const std::string* alternateTitle) override;
     void setTitle(const std::string& title) override { Panel::setTitle(title); }
+    // Hides the panel.
     void closeAlert() override;
     const void* defaultButton() const override { return &_defaultButton; }
 
+    // The controls as views, for the layout and its tests.
     TextField& messageTextField() { return _messageTextField; }
     Button& defaultButtonView() { return _defaultButton; }
     Button& alternateButtonView() { return _alternateButton; }
@@ -42,6 +45,7 @@ private:
     TextField _messageTextField;
     Button _defaultButton;
     Button _alternateButton;
+    // The designed distances and minimum widths, measured by awakeFromNib.
     float _buttonTop = 0;
     float _buttonBottom = 0;
     float _buttonRight = 0;

@@ -10,6 +10,24 @@ namespace {
 // install step ask for consent.
 constexpr const char* kConsentMessageKey = "ConsentMessage";
 
+// The marker's path: `name` joined to /tmp as one path component, slashes
+// around it dropped as a path join drops them. Nullopt when that would not
+// name a file directly in /tmp ("a/b", "..", "../x"). Deliberately stricter
+// than a plain join: the package installer relies on the marker being in
+// /tmp and nowhere else, and a folder on the way could be a link that anyone
+// planted there.
+std::optional<std::string> PathInTmp(const std::string& name) {
+    const std::size_t first = name.find_first_not_of('/');
+    if (first == std::string::npos) {
+        return std::nullopt;
+    }
+    const std::string file = name.substr(first, name.find_last_not_of('/') - first + 1);
+    if (file.find('/') != std::string::npos || file == "." || file == "..") {
+        return std::nullopt;
+    }
+    return "/tmp/" + file;
+}
+
 } // namespace
 
 void AUAppController::applicationWillFinishLaunching(AUApplication* /*notification*/) {}
@@ -84,22 +102,20 @@ void AUAppController::AskForConsent(const std::string& messageKey) {
                            AUApplication::localizedString(&ok), &cancelTitle);
 }
 
-std::optional<std::string> AUAppController::MarkerPath() const {
+const std::string* AUAppController::MarkerName() const {
     const std::string* name = StringForKey(AUApplication::preferences(), "InstallationFileName");
-    if (name == nullptr || name->empty()) {
-        return std::nullopt;
-    }
-    return (name->front() == '/' ? "/tmp" : "/tmp/") + *name;
+    return name != nullptr && !name->empty() ? name : nullptr;
 }
 
 void AUAppController::createDoInstallationFile() {
-    const std::optional<std::string> path = MarkerPath();
-    if (!path) {
+    const std::string* name = MarkerName();
+    if (name == nullptr) {
         return;
     }
     // Anyone can plant a link or a FIFO in /tmp: the marker is renamed into
     // place, never written through what is there.
-    if (!AppPlatform::ReplaceWithEmptyFile(*path)) {
+    const std::optional<std::string> path = PathInTmp(*name);
+    if (!path || !AppPlatform::ReplaceWithEmptyFile(*path)) {
         NSLog("<!> failed to create installation file.");
     }
 }
@@ -107,7 +123,8 @@ void AUAppController::createDoInstallationFile() {
 void AUAppController::removeDoInstallationFile() {
     // A planted link is stale too (the link goes, never its target); a folder
     // in its place is left for the write to fail on.
-    if (const std::optional<std::string> path = MarkerPath()) {
+    const std::string* name = MarkerName();
+    if (const std::optional<std::string> path = name ? PathInTmp(*name) : std::nullopt) {
         AppPlatform::RemoveUnlessFolder(*path);
     }
 }

@@ -48,7 +48,9 @@ float NSRectTop(const NSRect* r) {
 
 void NSRectTopMoveTo(NSRect* r, float v) {
     if (r) {
-        r->origin.y += v - NSRectTop(r); // the distance in float, deliberately
+        // The distance in float, deliberately: the alert panel's layout
+        // (AUAlert.cpp) is worked out in float and lands on these values.
+        r->origin.y += v - NSRectTop(r);
     }
 }
 
@@ -82,7 +84,9 @@ void NSRectBottomMoveTo(NSRect* r, float v) {
 
 void NSRectBottomResize(NSRect* r, float v) {
     if (r) {
-        r->size.height += v; // unchecked, deliberately: the height may go negative
+        // Unchecked, deliberately (the height may go negative): code that moves
+        // the edge past the top and back relies on getting the same frame.
+        r->size.height += v;
         r->origin.y -= v;
     }
 }
@@ -137,7 +141,8 @@ void NSRectLeftMoveTo(NSRect* r, float v) {
 
 void NSRectLeftResize(NSRect* r, float v) {
     if (r) {
-        r->size.width += v; // unchecked, deliberately
+        // Unchecked, deliberately, as NSRectBottomResize and for the same callers.
+        r->size.width += v;
         r->origin.x -= v;
     }
 }
@@ -159,7 +164,8 @@ float NSRectRight(const NSRect* r) {
 
 void NSRectRightMoveTo(NSRect* r, float v) {
     if (r) {
-        r->origin.x += v - NSRectRight(r); // the distance in float, deliberately
+        // The distance in float, deliberately, as in NSRectTopMoveTo (AUAlert.cpp).
+        r->origin.x += v - NSRectRight(r);
     }
 }
 

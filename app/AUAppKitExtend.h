@@ -7,8 +7,9 @@
 // 0 (or the point (0, 0)) and a changer do nothing. Scalar arguments and
 // results are floats while rectangles stay double: readers round to float,
 // and where noted the distance to move is itself computed in float. Those
-// roundings, and the one-sided clamps of the Resize functions, are relied
-// on by the layout code and are deliberate.
+// roundings, and the one-sided clamps of the Resize functions, are
+// deliberate: the alert panel's layout (AUAlert.cpp), worked out in float,
+// relies on them to land on the designed margins.
 //
 // Suffixes: MoveTo moves the whole rectangle so the edge lands on the value;
 // Resize moves one edge by an amount; ResizeTo moves one edge to a value;
@@ -40,7 +41,9 @@ NSPoint NSRectCenter(const NSRect* r);
 
 // Moves the rectangle so its centre lands on *p (each offset rounded to float).
 void NSRectCenterMoveTo(NSRect* r, const NSPoint* p);
+// Moves the rectangle up (v > 0) or down by v.
 void NSRectVerticalMove(NSRect* r, float v);
+// Moves the rectangle right (v > 0) or left by v.
 void NSRectHorizontalMove(NSRect* r, float v);
 
 // Top edge. Resizing never takes the height below 0 nor the top below the bottom.
@@ -56,9 +59,12 @@ void NSRectBottomMoveTo(NSRect* r, float v);
 void NSRectBottomResize(NSRect* r, float v);
 void NSRectBottomResizeTo(NSRect* r, float v);
 
+// Height; the setters keep the bottom (ResizingTop) or the top
+// (ResizingBottom) where it is.
 float NSRectHeight(const NSRect* r);
 void NSRectSetHeightResizingTop(NSRect* r, float v);
 void NSRectSetHeightResizingBottom(NSRect* r, float v);
+// The vertical centre, and the move that puts it on v.
 float NSRectCenterVertical(NSRect* r);
 void NSRectCenterMoveToVertical(NSRect* r, float v);
 
@@ -76,6 +82,8 @@ void NSRectRightMoveTo(NSRect* r, float v);
 void NSRectRightResize(NSRect* r, float v);
 void NSRectRightResizeTo(NSRect* r, float v);
 
+// Width; the setters keep the right edge (ResizingLeft) or the left edge
+// (ResizingRight) where it is.
 float NSRectWidth(const NSRect* r);
 void NSRectSetWidthResizingLeft(NSRect* r, float v);
 void NSRectSetWidthResizingRight(NSRect* r, float v);

@@ -1,15 +1,12 @@
 #include "app/AUApplication.h"
 
-#include <dlfcn.h>
-
-#include <algorithm>
-#include <cstdlib>
 #include <vector>
 
 #include "app/AUAppController.h"
 #include "app/Bundle.h"
 #include "app/SystemLog.h"
 #include "app/platform/AppPlatform.h"
+#include "utils/TextPieces.h"
 
 CAutoNSObject<PlistDictionary> AUAutoPreferences;
 CAutoNSObject<PlistDictionary> AUAutoLocalizedStrings;
@@ -22,10 +19,7 @@ int _gOperationType = 0;
 // it, without touching the file system, as path standardising always did.
 std::string StandardizedPath(const std::string& path) {
     std::vector<std::string> parts;
-    std::size_t start = 0;
-    while (start <= path.size()) {
-        const std::size_t slash = std::min(path.find('/', start), path.size());
-        const std::string part = path.substr(start, slash - start);
+    for (const std::string& part : TextPieces::Split(path, '/')) {
         if (part == "..") {
             if (!parts.empty()) {
                 parts.pop_back();
@@ -33,7 +27,6 @@ std::string StandardizedPath(const std::string& path) {
         } else if (!part.empty() && part != ".") {
             parts.push_back(part);
         }
-        start = slash + 1;
     }
     std::string out;
     for (const std::string& part : parts) {
@@ -75,14 +68,9 @@ const PlistDictionary* AUApplication::localizedStrings() {
     const std::unique_ptr<PlistDictionary> shared = LoadSharedPropertyList(kSharedInstallerPlist);
     const std::string* language = StringForKey(shared.get(), "InstallerLproj");
     NSLog("[i] language:[%s]", language != nullptr ? language->c_str() : "(null)");
-    const Bundle& bundle = Bundle::mainBundle();
-    const std::optional<std::string> path =
-        language != nullptr ? bundle.pathForResource("Localizable.strings", *language)
-                            : bundle.pathForResource("Localizable.strings");
-    if (path) {
-        AUAutoLocalizedStrings.reset(
-            LoadPropertyList(*path)); // stays empty, and is retried, when unreadable
-    }
+    // Only a table that was read is kept: a missing one is looked for again,
+    // and the language line logged again, on the next call.
+    AUAutoLocalizedStrings.reset(Bundle::mainBundle().stringsTable(language));
     return AUAutoLocalizedStrings.get();
 }
 
@@ -138,11 +126,12 @@ WindowSystem& AUApplication::windowSystem(AlertActions* actions) {
 }
 
 std::unique_ptr<WindowSystem> AUApplication::LoadPanel(AlertActions* actions) {
-    const std::string plugin = Bundle::mainBundle().pluginPath("libquorvel_panel.so");
-    m_plugin = dlopen(plugin.c_str(), RTLD_NOW | RTLD_LOCAL);
-    void* entry = m_plugin != nullptr ? dlsym(m_plugin, "QuorvelCreateQtWindowSystem") : nullptr;
+    std::string error;
+    void* entry =
+        AppPlatform::LoadPluginEntry(Bundle::mainBundle().pluginPath("libquorvel_panel.so"),
+                                     "QuorvelCreateQtWindowSystem", &error);
     if (entry == nullptr) {
-        NSLog("<!> the panel could not be loaded (%s); asking on the terminal.", dlerror());
+        NSLog("<!> the panel could not be loaded (%s); asking on the terminal.", error.c_str());
         return nullptr;
     }
     std::unique_ptr<WindowSystem> panel(

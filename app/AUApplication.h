@@ -22,6 +22,7 @@ extern CAutoNSObject<PlistDictionary> AUAutoLocalizedStrings;
 // Where the package installer keeps its shared property list.
 inline constexpr const char* kSharedInstallerPlist = "/tmp/com.quorvel.installer.plist";
 
+// The delegate's answer to a quit request: refuse, or quit now.
 enum NSApplicationTerminateReply { NSTerminateCancel = 0, NSTerminateNow = 1 };
 
 class AUApplication {
@@ -31,6 +32,8 @@ public:
     // The Preferences dictionary loaded by main; null before that.
     static const PlistDictionary* preferences();
 
+    // The operation the app was started for (7 install, 8 uninstall, else
+    // none), set by main from the Preferences; 0 until then.
     static void setOperationType(int operationType);
     static int operationType();
 
@@ -48,6 +51,7 @@ public:
 
     // --- The application loop -------------------------------------------------
 
+    // The one application object, never destroyed.
     static AUApplication& sharedApplication();
 
     // Runs the delegate's launch methods, then waits for the user while the
@@ -68,8 +72,7 @@ private:
     // display opens.
     std::unique_ptr<WindowSystem> LoadPanel(AlertActions* actions);
 
-    AUAppController* m_delegate = nullptr;
-    bool m_terminated = false;
+    AUAppController* m_delegate = nullptr; // set by run
+    bool m_terminated = false;             // true once a quit request was granted
     std::unique_ptr<WindowSystem> m_windowSystem;
-    void* m_plugin = nullptr;
 };

@@ -1,22 +1,11 @@
 #include "app/Bundle.h"
 
-#include <sys/stat.h>
-
-#include "app/PropertyList.h"
 #include "app/platform/AppPlatform.h"
 #include "utils/platform/Platform.h"
 
 namespace {
 
-bool IsFile(const std::string& path) {
-    struct stat info;
-    return stat(path.c_str(), &info) == 0 && S_ISREG(info.st_mode);
-}
-
-bool IsDirectory(const std::string& path) {
-    struct stat info;
-    return stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
-}
+constexpr const char* kStringsFile = "Localizable.strings";
 
 std::string Parent(const std::string& path) {
     const std::size_t slash = path.find_last_of('/');
@@ -25,6 +14,12 @@ std::string Parent(const std::string& path) {
 
 std::string LastComponent(const std::string& path) {
     return path.substr(path.find_last_of('/') + 1);
+}
+
+// A localisation names one folder inside the resources: it may hold no "/"
+// (the installer's language comes from a file anyone can write).
+bool IsPlainName(const std::string& localization) {
+    return !localization.empty() && localization.find('/') == std::string::npos;
 }
 
 } // namespace
@@ -44,6 +39,7 @@ Bundle::Bundle(const std::string& executablePath) {
     } else {
         contentsPath_ = bundlePath_ = resourcePath_ = folder;
     }
+    preferredLocalization_ = FindPreferredLocalization();
 }
 
 std::string Bundle::pluginPath(const std::string& name) const {
@@ -51,10 +47,11 @@ std::string Bundle::pluginPath(const std::string& name) const {
 }
 
 bool Bundle::HasLocalization(const std::string& language) const {
-    return !language.empty() && IsDirectory(resourcePath_ + "/" + language + ".lproj");
+    return IsPlainName(language) &&
+           AppPlatform::IsDirectory(resourcePath_ + "/" + language + ".lproj");
 }
 
-std::string Bundle::preferredLocalization() const {
+std::string Bundle::FindPreferredLocalization() const {
     for (const std::string& tag : Platform::UserLanguages()) {
         if (HasLocalization(tag)) {
             return tag;
@@ -74,24 +71,36 @@ std::string Bundle::preferredLocalization() const {
 
 std::optional<std::string> Bundle::pathForResource(const std::string& name) const {
     const std::string unlocalized = resourcePath_ + "/" + name;
-    if (IsFile(unlocalized)) {
+    if (AppPlatform::IsRegularFile(unlocalized)) {
         return unlocalized;
     }
-    return pathForResource(name, preferredLocalization());
+    return pathForResource(name, preferredLocalization_);
 }
 
 std::optional<std::string> Bundle::pathForResource(const std::string& name,
                                                    const std::string& localization) const {
     const std::string path = resourcePath_ + "/" + localization + ".lproj/" + name;
-    if (localization.empty() || localization.find('/') != std::string::npos || !IsFile(path)) {
+    if (!IsPlainName(localization) || !AppPlatform::IsRegularFile(path)) {
         return std::nullopt;
     }
     return path;
 }
 
+std::shared_ptr<PlistDictionary> Bundle::stringsTable(const std::string* localization) const {
+    const std::optional<std::string> path = localization != nullptr
+                                                ? pathForResource(kStringsFile, *localization)
+                                                : pathForResource(kStringsFile);
+    if (!path) {
+        return nullptr;
+    }
+    std::shared_ptr<PlistDictionary>& table = stringsTables_[*path];
+    if (!table) {
+        table = LoadPropertyList(*path); // stays empty, and is read again, when unreadable
+    }
+    return table;
+}
+
 std::string Bundle::localizedStringForKey(const std::string& key, const std::string& value) const {
-    const std::optional<std::string> path = pathForResource("Localizable.strings");
-    const std::unique_ptr<PlistDictionary> strings = path ? LoadPropertyList(*path) : nullptr;
-    const std::string* text = StringForKey(strings.get(), key);
+    const std::string* text = StringForKey(stringsTable(nullptr).get(), key);
     return text != nullptr ? *text : value;
 }

@@ -1,5 +1,7 @@
-// Owns one object and releases it when destroyed. The app keeps its two
-// process-wide dictionaries in such holders (AUApplication.h).
+// Owns one retained object and releases it when destroyed. The app keeps its
+// two process-wide dictionaries in such holders (AUApplication.h); the
+// strings one shares its table with the bundle that read it, as a retained
+// platform object is shared.
 #pragma once
 
 #include <memory>
@@ -13,9 +15,9 @@ public:
     // The object held, or null.
     T* get() const { return object_.get(); }
 
-    // Takes `object` over, releasing the one held before.
-    void reset(std::unique_ptr<T> object) { object_ = std::move(object); }
+    // Retains `object`, releasing the one held before.
+    void reset(std::shared_ptr<T> object) { object_ = std::move(object); }
 
 private:
-    std::unique_ptr<T> object_;
+    std::shared_ptr<T> object_;
 };

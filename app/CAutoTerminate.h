@@ -7,10 +7,11 @@
 class CAutoTerminate {
 public:
     CAutoTerminate(bool enabled, int exitStatus) : m_bEnabled(enabled), m_exitStatus(exitStatus) {}
+    // Ends the application as the fields say when they are left.
     ~CAutoTerminate();
     CAutoTerminate(const CAutoTerminate&) = delete;
     CAutoTerminate& operator=(const CAutoTerminate&) = delete;
 
-    bool m_bEnabled;
-    int m_exitStatus;
+    bool m_bEnabled;  // the guard acts only while true
+    int m_exitStatus; // 0: terminate through the application; else exit() with it
 };

@@ -14,7 +14,8 @@ constexpr int kEscapedData = 1; // success too, with escaped text (after CAPB es
 constexpr int kQuestionSkipped = 30;
 
 // The child's exit statuses, deliberately neither 0 nor 1: the frontend
-// reports a child killed by a signal as 0.
+// reports a child killed by a signal as 0, and AskUnderOwnFrontend relies on
+// telling an answer from a crash.
 constexpr int kChildConsented = 40;
 constexpr int kChildDeclined = 41;
 

@@ -18,6 +18,8 @@
 
 class DebconfQuestion {
 public:
+    // The question's name, its owner in debconf's database, and the bundle
+    // resource with its template.
     static constexpr const char* kQuestion = "quorvel/consent";
     static constexpr const char* kOwner = "quorvel";
     static constexpr const char* kTemplateResource = "quorvel.templates";
@@ -56,6 +58,7 @@ public:
     static int RunAsFrontendChild(const char* const arguments[3]);
 
 private:
+    // One reply line: its numeric code and the text after it.
     struct Reply {
         int code = -1;
         std::string text;
@@ -70,7 +73,7 @@ private:
     // backslashes and newlines survive; before it, newlines become blanks.
     std::string Argument(const std::string& text) const;
 
-    int commands_;
-    int replies_;
-    bool escape_ = false;
+    int commands_;        // where commands go
+    int replies_;         // where replies come from
+    bool escape_ = false; // true once debconf agreed to escaped arguments
 };

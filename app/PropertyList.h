@@ -21,6 +21,7 @@
 // The deepest nesting of dictionaries and arrays read (the root is 1).
 inline constexpr int kMaxPlistNesting = 64;
 
+// The containers and raw bytes of a property list, as the app reads them.
 struct PlistValue;
 using PlistDictionary = std::map<std::string, PlistValue>;
 using PlistArray = std::vector<PlistValue>;

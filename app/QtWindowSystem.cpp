@@ -2,11 +2,11 @@
 #include <QApplication>
 #include <QWidget>
 
-#include <cstdlib>
 #include <string>
 
 #include "app/AUAlert.h"
 #include "app/WindowSystem.h"
+#include "app/platform/AppPlatform.h"
 
 namespace {
 
@@ -15,22 +15,14 @@ namespace {
 // means that no display opened.
 constexpr const char* kFallbackPlatform = "offscreen";
 
-bool IsSet(const char* name) {
-    const char* value = std::getenv(name);
-    return value != nullptr && *value != '\0';
-}
-
-// The platforms to try: a list that was asked for, else native Wayland on a
-// Wayland session, then X11. True when offscreen was asked for itself.
+// Puts the fallback after the platforms to try. True when offscreen was
+// asked for itself.
 bool ChoosePlatforms() {
-    std::string platforms = IsSet("QT_QPA_PLATFORM") ? std::getenv("QT_QPA_PLATFORM") : "";
+    const std::string platforms = AppPlatform::DisplayPlatforms();
     if (platforms.find(kFallbackPlatform) != std::string::npos) {
         return true; // offscreen on purpose (tests, screenshots)
     }
-    if (platforms.empty()) {
-        platforms = IsSet("WAYLAND_DISPLAY") ? "wayland;xcb" : "xcb";
-    }
-    setenv("QT_QPA_PLATFORM", (platforms + ";" + kFallbackPlatform).c_str(), 1);
+    AppPlatform::SetDisplayPlatforms(platforms + ";" + kFallbackPlatform);
     return false;
 }
 

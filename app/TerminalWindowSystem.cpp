@@ -1,13 +1,12 @@
 // The question without a display: asked on the controlling terminal, or,
 // with no terminal either, declined at once.
-#include <cstdio>
-#include <cstdlib>
 #include <optional>
 #include <string>
 
 #include "app/SystemLog.h"
 #include "app/WindowSystem.h"
 #include "app/platform/AppPlatform.h"
+#include "utils/TextPieces.h"
 
 namespace {
 
@@ -38,59 +37,43 @@ public:
             actions_->closeAlertPanel(nullptr);
             return;
         }
-        const int fd = AppPlatform::OpenTerminal();
-        std::FILE* tty = fd >= 0 ? fdopen(fd, "r+") : nullptr;
-        if (tty == nullptr) {
+        const int tty = AppPlatform::OpenTerminal();
+        if (tty < 0) {
             NSLog("<!> no display and no terminal to ask on; the question is declined.");
             actions_->closeAlertPanel(nullptr);
             return;
         }
         const void* answer = Ask(tty);
-        std::fclose(tty);
+        AppPlatform::CloseTerminal(tty);
         actions_->closeAlertPanel(answer);
     }
 
     void stop() override {}
 
 private:
-    const void* Ask(std::FILE* tty) {
+    // The button the person chose; end of input declines.
+    const void* Ask(int tty) {
+        std::string question =
+            "\n" + title_ + "\n\n" + message_ + "\n\n  1) " + defaultTitle_ + "  [Enter]\n";
+        if (hasAlternate_) {
+            question += "  2) " + alternateTitle_ + "\n";
+        }
         for (;;) {
-            std::fprintf(tty, "\n%s\n\n%s\n\n  1) %s  [Enter]\n", title_.c_str(), message_.c_str(),
-                         defaultTitle_.c_str());
-            if (hasAlternate_) {
-                std::fprintf(tty, "  2) %s\n", alternateTitle_.c_str());
-            }
-            std::fprintf(tty, "> ");
-            std::fflush(tty);
-            const std::optional<std::string> choice = ReadLine(tty);
+            // The answer is the whole line, without surrounding blanks.
+            const std::optional<std::string> choice = AppPlatform::WriteAll(tty, question + "> ")
+                                                          ? AppPlatform::ReadLine(tty, -1)
+                                                          : std::nullopt;
             if (!choice) {
                 return &alternateTitle_;
             }
-            if (choice->empty() || *choice == "1") {
+            const std::string answer = TextPieces::Trim(*choice);
+            if (answer.empty() || answer == "1") {
                 return &defaultTitle_;
             }
-            if (hasAlternate_ && *choice == "2") {
+            if (hasAlternate_ && answer == "2") {
                 return &alternateTitle_;
             }
         }
-    }
-
-    // The whole answer line, however long, without surrounding blanks;
-    // nullopt at the end of input.
-    static std::optional<std::string> ReadLine(std::FILE* tty) {
-        char* line = nullptr;
-        std::size_t capacity = 0;
-        const ssize_t length = getline(&line, &capacity, tty);
-        std::optional<std::string> text;
-        if (length >= 0) {
-            text = std::string(line, static_cast<std::size_t>(length));
-            const std::size_t first = text->find_first_not_of("\r\n \t");
-            text = first == std::string::npos
-                       ? ""
-                       : text->substr(first, text->find_last_not_of("\r\n \t") - first + 1);
-        }
-        std::free(line);
-        return text;
     }
 
     AlertActions* actions_;

@@ -32,22 +32,27 @@ public:
                            const std::string* alternateTitle) = 0;
     // The panel's title, set before it opens.
     virtual void setTitle(const std::string& title) = 0;
+    // Takes the question away once it is answered.
     virtual void closeAlert() = 0;
     // The default button, compared by identity with a sender.
     virtual const void* defaultButton() const = 0;
 };
 
+// One way of asking: its panel and the loop that waits for the answer.
 class WindowSystem {
 public:
     virtual ~WindowSystem() = default;
+    // The question's panel, made with the window system.
     virtual AlertPanel& alertPanel() = 0;
     // Handles events until `stop`.
     virtual void run() = 0;
+    // Ends `run`; called when the application terminates.
     virtual void stop() = 0;
 };
 
 // The entry point of the Qt plug-in: null when no display opens.
 extern "C" WindowSystem* QuorvelCreateQtWindowSystem(AlertActions* actions);
+// The type of that entry point, as looked up in the loaded plug-in.
 using CreateWindowSystemFunction = WindowSystem* (*)(AlertActions*);
 
 // The question through debconf when a Debian package manager started the

@@ -14,7 +14,9 @@ int main(int argc, char** argv) {
     const std::optional<std::string> path = Bundle::mainBundle().pathForResource("Preferences");
     AUAutoPreferences.reset(path ? LoadPropertyList(*path) : nullptr);
     if (AUApplication::preferences() == nullptr) {
-        return 0; // no Preferences: nothing to do, and success, deliberately
+        // No Preferences: nothing to do, and success, deliberately: the package
+        // installer goes on with a bundle that asks for nothing.
+        return 0;
     }
     const auto operation = AUApplication::preferences()->find("OperationType");
     AUApplication::setOperationType(

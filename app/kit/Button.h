@@ -9,8 +9,10 @@ class QPushButton;
 
 class Button : public View {
 public:
+    // Wraps `button` inside `superview`.
     Button(QPushButton* button, View* superview);
 
+    // The text on the button; the size stays until sizeToFit.
     void setTitle(const std::string& title);
     std::string title() const;
 

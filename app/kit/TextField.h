@@ -9,8 +9,10 @@ class QLabel;
 
 class TextField : public View {
 public:
+    // Wraps `label` inside `superview`.
     TextField(QLabel* label, View* superview);
 
+    // The text shown, wrapped to the field's width; the frame stays.
     void setStringValue(const std::string& text);
 
     // The size the text needs when wrapped to the width of `bounds`,

@@ -1,12 +1,15 @@
 // The operating-system seam of the companion app.
 //
-// Everything the app needs from the system beyond reading its own bundle
-// comes through here: how the package installer started it (and so who may
-// be asked), the pipes to debconf, the controlling terminal, and the few
-// files it touches in /tmp, which anyone can write to. The logic above this
-// seam keeps the documented operations and messages; this seam only knows
-// the conventions of the system underneath (Debian's package managers,
-// POSIX files). One implementation per system (AppPlatformLinux.cpp).
+// Everything the app needs from the system comes through here: how the
+// package installer started it (and so who may be asked), whether a display
+// may be there, the pipes to debconf, the controlling terminal, the files of
+// its bundle and the few it touches in /tmp (which anyone can write to),
+// the panel plug-in and the log. The logic above this seam keeps the
+// documented operations and messages; this seam only knows the conventions
+// of the system underneath (Debian's package managers, Qt's platform
+// variable, POSIX files, syslog). Environment lookups go through the shared
+// Platform::EnvironmentVariable. One implementation per system
+// (AppPlatformLinux.cpp); the app and the panel plug-in both link it.
 #pragma once
 
 #include <optional>
@@ -32,6 +35,14 @@ bool NobodyMayBeAsked();
 // True when a window system may be there (DISPLAY, WAYLAND_DISPLAY or
 // QT_QPA_PLATFORM set). Whether it really opens is only known by trying.
 bool MayHaveDisplay();
+
+// The Qt platforms to try for a display, as QT_QPA_PLATFORM lists them
+// ("wayland;xcb"): the list the user set, else native Wayland on a Wayland
+// session, then X11.
+std::string DisplayPlatforms();
+
+// Makes `platforms` the list Qt tries when it starts in this process.
+void SetDisplayPlatforms(const std::string& platforms);
 
 // The two ends of the debconf protocol as a maintainer script hands them
 // down: commands to fd 3 when debconf redirected the script's output
@@ -68,8 +79,27 @@ int RunUnderDebconfFrontend(const std::vector<std::string>& arguments);
 std::string ExecutablePath();
 
 // The controlling terminal opened for reading and writing, or -1 when the
-// process has none.
+// process has none. Read it with ReadLine, write it with WriteAll.
 int OpenTerminal();
+
+// Closes a descriptor that OpenTerminal gave.
+void CloseTerminal(int fd);
+
+// True when `path` is a regular file (links followed: a bundle may be
+// assembled from links).
+bool IsRegularFile(const std::string& path);
+
+// True when `path` is a folder (links followed).
+bool IsDirectory(const std::string& path);
+
+// Loads the shared object at `path` for the rest of the process and returns
+// its entry point `symbol`; null, with the loader's reason in `error`, when
+// either cannot be found.
+void* LoadPluginEntry(const std::string& path, const char* symbol, std::string* error);
+
+// Writes one log line: on stderr as
+// "YYYY-MM-DD HH:MM:SS.mmm <program>[<pid>] <text>", and `text` to syslog.
+void WriteLogLine(const std::string& text);
 
 // Reads the file at `path` into `bytes` only when it is a regular file of
 // at most `maxBytes`, never following a symbolic link and never waiting on

@@ -1,17 +1,24 @@
 // The companion app's seam on Linux (Debian's package managers, POSIX files).
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
 #include <sys/stat.h>
+#include <sys/time.h>
 #include <sys/wait.h>
+#include <syslog.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <climits>
+#include <cstdio>
 #include <cstdlib>
-#include <cstring>
+#include <ctime>
 
 #include "app/platform/AppPlatform.h"
+#include "utils/platform/Platform.h"
+
+extern char* program_invocation_short_name; // glibc
 
 namespace AppPlatform {
 
@@ -20,8 +27,13 @@ namespace {
 constexpr const char* kDebconfFrontend = "/usr/share/debconf/frontend";
 
 bool IsSet(const char* name) {
-    const char* value = std::getenv(name);
-    return value != nullptr && *value != '\0';
+    return !Platform::EnvironmentVariable(name).value_or("").empty();
+}
+
+// `path` is there and its kind (links followed) satisfies `isKind`.
+bool HasKind(const std::string& path, bool (*isKind)(mode_t)) {
+    struct stat info;
+    return stat(path.c_str(), &info) == 0 && isKind(info.st_mode);
 }
 
 bool IsOpen(int fd) {
@@ -43,12 +55,23 @@ Installer CurrentInstaller() {
 }
 
 bool NobodyMayBeAsked() {
-    const char* frontend = std::getenv("DEBIAN_FRONTEND");
-    return frontend != nullptr && std::strcmp(frontend, "noninteractive") == 0;
+    return Platform::EnvironmentVariable("DEBIAN_FRONTEND") == "noninteractive";
 }
 
 bool MayHaveDisplay() {
     return IsSet("DISPLAY") || IsSet("WAYLAND_DISPLAY") || IsSet("QT_QPA_PLATFORM");
+}
+
+std::string DisplayPlatforms() {
+    const std::string wanted = Platform::EnvironmentVariable("QT_QPA_PLATFORM").value_or("");
+    if (!wanted.empty()) {
+        return wanted;
+    }
+    return IsSet("WAYLAND_DISPLAY") ? "wayland;xcb" : "xcb";
+}
+
+void SetDisplayPlatforms(const std::string& platforms) {
+    setenv("QT_QPA_PLATFORM", platforms.c_str(), 1);
 }
 
 std::optional<DebconfPipes> DebconfChannel() {
@@ -111,6 +134,8 @@ int RunUnderDebconfFrontend(const std::vector<std::string>& arguments) {
         argv.push_back(const_cast<char*>(argument.c_str()));
     }
     argv.push_back(nullptr);
+    const std::optional<std::string> package =
+        Platform::EnvironmentVariable("DPKG_MAINTSCRIPT_PACKAGE");
     const pid_t child = fork();
     if (child < 0) {
         return -1;
@@ -120,8 +145,8 @@ int RunUnderDebconfFrontend(const std::vector<std::string>& arguments) {
         unsetenv("DEBCONF_REDIR");
         unsetenv("DEBIAN_HAS_FRONTEND");
         setenv("PERL_DL_NONLAZY", "1", 1); // as debconf's confmodule starts it
-        if (const char* package = std::getenv("DPKG_MAINTSCRIPT_PACKAGE")) {
-            setenv("DEBCONF_PACKAGE", package, 0); // the frontend's title names it
+        if (package) {
+            setenv("DEBCONF_PACKAGE", package->c_str(), 0); // the frontend's title names it
         }
         execv(kDebconfFrontend, argv.data());
         _exit(127);
@@ -143,6 +168,41 @@ std::string ExecutablePath() {
 
 int OpenTerminal() {
     return open("/dev/tty", O_RDWR | O_NOCTTY | O_CLOEXEC);
+}
+
+void CloseTerminal(int fd) {
+    close(fd);
+}
+
+bool IsRegularFile(const std::string& path) {
+    return HasKind(path, [](mode_t mode) { return S_ISREG(mode); });
+}
+
+bool IsDirectory(const std::string& path) {
+    return HasKind(path, [](mode_t mode) { return S_ISDIR(mode); });
+}
+
+void* LoadPluginEntry(const std::string& path, const char* symbol, std::string* error) {
+    // Never closed: the panel's objects live until the process ends.
+    void* plugin = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+    void* entry = plugin != nullptr ? dlsym(plugin, symbol) : nullptr;
+    if (entry == nullptr) {
+        const char* reason = dlerror();
+        *error = reason != nullptr ? reason : "no entry point";
+    }
+    return entry;
+}
+
+void WriteLogLine(const std::string& text) {
+    timeval now{};
+    gettimeofday(&now, nullptr);
+    std::tm local{};
+    localtime_r(&now.tv_sec, &local);
+    char stamp[32];
+    std::strftime(stamp, sizeof stamp, "%Y-%m-%d %H:%M:%S", &local);
+    std::fprintf(stderr, "%s.%03ld %s[%d] %s\n", stamp, static_cast<long>(now.tv_usec / 1000),
+                 program_invocation_short_name, static_cast<int>(getpid()), text.c_str());
+    syslog(LOG_NOTICE, "%s", text.c_str());
 }
 
 bool ReadSmallRegularFile(const std::string& path, std::size_t maxBytes, std::string* bytes) {

@@ -3,21 +3,15 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <climits>
+#include <filesystem>
+#include <sstream>
 
 namespace {
-
-std::string TestFolder() {
-    char path[PATH_MAX];
-    const ssize_t length = readlink("/proc/self/exe", path, sizeof path);
-    const std::string exe(path, static_cast<std::size_t>(length));
-    return exe.substr(0, exe.find_last_of('/'));
-}
 
 // Outside a bundle the executable's folder is the bundle, so relative paths
 // start at that folder's parent.
 TEST(AUApplication, FullPathsAreStandardisedAndRelativeToTheBundlesFolder) {
-    const std::string folder = TestFolder();
+    const std::string folder = std::filesystem::read_symlink("/proc/self/exe").parent_path();
     const std::string base = folder.substr(0, folder.find_last_of('/'));
     struct Case {
         std::string path, full;
@@ -43,11 +37,10 @@ TEST(AUApplication, MissingStringsAreRetriedAndKeysStandForThemselves) {
     const std::string key = "IDS_UI_BUTTON_OK";
     EXPECT_EQ(AUApplication::localizedString(&key), key);
     EXPECT_EQ(AUApplication::localizedString(nullptr), "");
-    const std::string log = testing::internal::GetCapturedStderr();
+    std::istringstream log(testing::internal::GetCapturedStderr());
     std::size_t lines = 0;
-    for (std::size_t at = log.find("[i] language:[(null)]"); at != std::string::npos;
-         at = log.find("[i] language:[(null)]", at + 1)) {
-        ++lines;
+    for (std::string line; std::getline(log, line);) {
+        lines += line.find("[i] language:[(null)]") != std::string::npos;
     }
     EXPECT_EQ(lines, 3u); // once per call while nothing can be loaded
 }

@@ -59,72 +59,44 @@ std::string Lines(int count) {
 }
 
 // As designed in AlertPanel.ui: 440 wide, margins 20 (text top, right),
-// 14 (buttons' bottom), 20 between text and buttons, 12 between buttons.
-TEST_F(AlertPanel, FitsTheHeightToTheTextAndKeepsTheDesignedMargins) {
-    Open("One line.");
-    const float oneLine = ContentHeight();
-    Open(Lines(10));
-    EXPECT_GT(ContentHeight(), oneLine + 100);
-    for (int lines : {1, 10}) {
-        Open(Lines(lines));
+// 14 (buttons' bottom), 20 between text and buttons, 12 between buttons;
+// the height follows the text, buttons grow leftwards and never shrink. One
+// panel opened again and again: nothing of an earlier opening stays.
+TEST_F(AlertPanel, FitsTheTextAndTitlesAndKeepsTheDesignedMargins) {
+    const std::string longCancel = "Cancel the whole installation";
+    const struct {
+        std::string message, ok;
+        const std::string* cancel;
+        bool wideButtons;
+    } cases[] = {{"One line.", "OK", &kCancel, false},
+                 {Lines(10), "OK", &kCancel, false},
+                 {"Message", "Continue with the installation now", &longCancel, true},
+                 {"Message", "OK", nullptr, false},
+                 {"Message", "OK", &kCancel, false}};
+    float oneLine = 0;
+    for (const auto& c : cases) {
+        Open(c.message, c.ok, c.cancel);
         TextField& text = alert->messageTextField();
         Button& ok = alert->defaultButtonView();
         Button& cancel = alert->alternateButtonView();
+        oneLine = oneLine == 0 ? ContentHeight() : oneLine;
+        EXPECT_EQ(ContentHeight() > oneLine + 100, c.message == Lines(10));
         EXPECT_EQ(ContentWidth(), 440);
         EXPECT_FLOAT_EQ(ContentHeight() - text.top(), 20);
         EXPECT_FLOAT_EQ(text.bottom() - ok.top(), 20);
         EXPECT_FLOAT_EQ(ContentWidth() - ok.right(), 20);
         EXPECT_FLOAT_EQ(ok.bottom(), 14);
-        EXPECT_FLOAT_EQ(ok.left() - cancel.right(), 12);
-        EXPECT_FLOAT_EQ(cancel.bottom(), 14);
-        const NSSize needed = text.cellSizeForBounds(text.bounds());
-        EXPECT_NEAR(text.height(), needed.height * 1.05, 0.01);
+        EXPECT_EQ(cancel.isHidden(), c.cancel == nullptr);
+        if (c.cancel != nullptr) {
+            EXPECT_FLOAT_EQ(ok.left() - cancel.right(), 12);
+            EXPECT_FLOAT_EQ(cancel.bottom(), 14);
+        }
+        EXPECT_EQ(ok.width() > 94, c.wideButtons); // 94: the designed minimum
+        EXPECT_GE(ok.width(), 94);
+        EXPECT_EQ(ok.title(), c.ok);
+        EXPECT_NEAR(text.height(), text.cellSizeForBounds(text.bounds()).height * 1.05, 0.01);
         EXPECT_EQ(alert->window()->height(), static_cast<int>(std::lround(ContentHeight())));
     }
-}
-
-TEST_F(AlertPanel, ButtonsGrowLeftwardsAndNeverShrink) {
-    Open("Message", "OK");
-    EXPECT_FLOAT_EQ(alert->defaultButtonView().width(), 94); // the designed minimum
-    const std::string longCancel = "Cancel the whole installation";
-    Open("Message", "Continue with the installation now", &longCancel);
-    Button& ok = alert->defaultButtonView();
-    Button& cancel = alert->alternateButtonView();
-    EXPECT_GT(ok.width(), 94);
-    EXPECT_FLOAT_EQ(ContentWidth() - ok.right(), 20);
-    EXPECT_GT(cancel.width(), 90);
-    EXPECT_FLOAT_EQ(ok.left() - cancel.right(), 12);
-    EXPECT_EQ(ok.title(), "Continue with the installation now");
-
-    Open("Message", "OK", nullptr);
-    EXPECT_TRUE(cancel.isHidden());
-    EXPECT_FLOAT_EQ(ContentWidth() - ok.right(), 20);
-    Open("Message");
-    EXPECT_FALSE(cancel.isHidden());
-}
-
-TEST_F(AlertPanel, OpeningTwiceEqualsOpeningOnceWithTheSecondMessage) {
-    Open(Lines(10), "A long default title");
-    Open(Lines(3));
-    Recorder other;
-    const std::unique_ptr<AUAlert> fresh = AUAlert::LoadFromInterfaceFile(&other);
-    fresh->openAlert(Lines(3), "OK", &kCancel);
-    // The same to well under a pixel: the float distances leave only last-bit traces.
-    const auto same = [](View& a, View& b) {
-        EXPECT_NEAR(a.frame().origin.x, b.frame().origin.x, 1e-3);
-        EXPECT_NEAR(a.frame().origin.y, b.frame().origin.y, 1e-3);
-        EXPECT_NEAR(a.frame().size.width, b.frame().size.width, 1e-3);
-        EXPECT_NEAR(a.frame().size.height, b.frame().size.height, 1e-3);
-        EXPECT_EQ(a.widget()->size(), b.widget()->size());
-        if (a.widget()->parentWidget() != nullptr) { // windows are placed by centring
-            EXPECT_EQ(a.widget()->pos(), b.widget()->pos());
-        }
-    };
-    same(alert->contentView(), fresh->contentView());
-    same(alert->messageTextField(), fresh->messageTextField());
-    same(alert->defaultButtonView(), fresh->defaultButtonView());
-    same(alert->alternateButtonView(), fresh->alternateButtonView());
-    delete fresh->window();
 }
 
 TEST_F(AlertPanel, ButtonsAnswerByIdentityAndCloseRequestsAreRefused) {
@@ -184,11 +156,10 @@ TEST_F(AlertPanel, ScreenshotShowsTextAndButtonsInsideWithoutOverlap) {
     if (QGuiApplication::platformName() != "xcb") {
         GTEST_SKIP() << "needs an X server (the Xvfb run of this test)";
     }
-    const std::string cancel = "Cancel";
     Open("Quorvel is about to be installed on this computer. The installer will copy the "
-         "application and its "
-         "support files, and may ask for your password. Do you want to continue?",
-         "Continue", &cancel);
+         "application and its support files, and may ask for your password. Do you want to "
+         "continue?",
+         "Continue");
     QWidget* window = alert->window();
     ASSERT_TRUE(QTest::qWaitForWindowExposed(window));
     QTest::qWait(200); // let the first paint reach the screen
@@ -196,12 +167,8 @@ TEST_F(AlertPanel, ScreenshotShowsTextAndButtonsInsideWithoutOverlap) {
     const QRect text = window->findChild<QLabel*>("messageTextField")->geometry();
     const QRect ok = window->findChild<QPushButton*>("defaultButton")->geometry();
     const QRect no = window->findChild<QPushButton*>("alternateButton")->geometry();
-    for (const QRect& part : {text, ok, no}) {
-        EXPECT_TRUE(inside.contains(part)) << part.x() << "," << part.y();
-    }
-    EXPECT_FALSE(text.intersects(ok));
-    EXPECT_FALSE(text.intersects(no));
-    EXPECT_FALSE(ok.intersects(no));
+    EXPECT_TRUE(inside.contains(text) && inside.contains(ok) && inside.contains(no));
+    EXPECT_FALSE(text.intersects(ok) || text.intersects(no) || ok.intersects(no));
 
     const QRect frame = window->frameGeometry().adjusted(-12, -12, 12, 12);
     const QPixmap shot = QGuiApplication::primaryScreen()->grabWindow(

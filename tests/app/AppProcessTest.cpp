@@ -29,7 +29,6 @@ struct Launch {
     std::optional<std::string> answer; // typed on a terminal; none: no terminal at all
     std::string prompt = "> ";         // typed once this has been shown
     std::map<std::string, std::string> env = {};
-    std::function<void()> whenAsked = {}; // runs when the prompt shows, before typing
 };
 
 struct Outcome {
@@ -40,9 +39,6 @@ struct Outcome {
 class AppProcess : public ::testing::Test {
 protected:
     void SetUp() override {
-        marker = "/tmp/quorvel-test-marker-" + std::to_string(getpid());
-        fs::remove(marker);
-        fs::remove(kSharedPlist);
         fs::create_directories(scratch / "Test.app/Contents/MacOS");
         fs::create_directories(scratch / "Test.app/Contents/PlugIns");
         fs::copy_file(QUORVEL_APP_EXE, app);
@@ -53,21 +49,22 @@ protected:
         fs::remove(scratch / "Test.app/Contents/Resources/Preferences");
     }
     void TearDown() override {
-        fs::remove(marker);
+        fs::remove_all(marker);
         fs::remove(kSharedPlist);
     }
 
-    // Preferences in the old-style text format, with our marker name.
+    // Preferences in the old-style text format, naming our marker.
+    std::string Preferences(const std::string& entries, const std::string& name = "") const {
+        return "{ InstallationFileName = \"" + (name.empty() ? marker.substr(5) : name) + "\"; " +
+               entries + " }";
+    }
     void SetPreferences(const std::string& entries) {
-        scratch.Write("Test.app/Contents/Resources/Preferences",
-                      "{ InstallationFileName = \"" + marker.substr(5) + "\"; " + entries + " }");
+        scratch.Write("Test.app/Contents/Resources/Preferences", Preferences(entries));
     }
 
-    void SetInstallerLanguage(const std::optional<std::string>& lproj) {
-        fs::remove(kSharedPlist);
-        if (lproj) {
-            std::ofstream(kSharedPlist) << "{ InstallerLproj = \"" << *lproj << "\"; }";
-        }
+    // Puts the installer's language in its shared property list.
+    static void SetInstallerLanguage(const std::string& lproj) {
+        std::ofstream(kSharedPlist) << "{ InstallerLproj = \"" << lproj << "\"; }";
     }
 
     // Runs `exe` (the app by default) without a display or a package
@@ -101,9 +98,6 @@ protected:
         pollfd wait{output, POLLIN, 0};
         while (std::chrono::steady_clock::now() < deadline && poll(&wait, 1, 100) >= 0) {
             if (!typed && outcome.output.find(run.prompt) != std::string::npos) {
-                if (run.whenAsked) {
-                    run.whenAsked();
-                }
                 (void)!write(output, run.answer->data(), run.answer->size());
                 typed = true;
             }
@@ -131,7 +125,7 @@ protected:
     }
 
     ScratchDir scratch;
-    std::string marker;
+    std::string marker = "/tmp/quorvel-test-marker-" + std::to_string(getpid());
     std::string app = scratch / "Test.app/Contents/MacOS/QuorvelInstaller";
 
 private:
@@ -154,267 +148,186 @@ private:
     }
 };
 
+// Every run that asks nothing, with what is in /tmp before it. Whatever the
+// Preferences name, nothing is written or removed outside /tmp, nor through
+// a link planted there; a link or FIFO at the marker path is replaced.
 TEST_F(AppProcess, CarriesOutEachOperation) {
-    struct Case {
-        std::string preferences;
-        bool staleMarker;
-        const char* line;
-        bool markerAfter;
+    enum Marker { kAbsent, kEmpty, kKept };
+    const std::string name = marker.substr(5), target = scratch / "planted-target";
+    const std::string escape = "/var/tmp/" + name, link = marker + "-folder";
+    const auto prefs = [this](const std::string& file, const std::string& entries) {
+        return Preferences(entries, file);
     };
-    const Case cases[] = {
-        {"OperationType = 7;", false, "[i] the 7 end with status 0.\n", true},
-        {"OperationType = 7;", true, "[i] the 7 end with status 0.\n", true}, // rewritten empty
-        {"OperationType = 8;", true, "[i] the 8 end with status 0.\n", true}, // left as it was
-        {"OperationType = 8;", false, "[i] the 8 end with status 0.\n", false},
-        {"OperationType = 9;", false, "[i] operation is none.\n", false},
-        {"OperationType = 0;", true, "[i] operation is none.\n", true},
-        {"", false, "[i] operation is none.\n", false},
-    };
-    for (const Case& c : cases) {
-        fs::remove(marker);
-        if (c.staleMarker) {
-            std::ofstream(marker) << "stale";
-        }
-        SetPreferences(c.preferences);
-        const Outcome run = Start();
-        EXPECT_EQ(run.status, 0) << c.preferences;
-        EXPECT_NE(run.output.find(c.line), std::string::npos) << c.preferences << "\n"
-                                                              << run.output;
-        EXPECT_EQ(fs::exists(marker), c.markerAfter) << c.preferences;
-        if (c.markerAfter && std::string(c.line).find(" 7 ") != std::string::npos) {
-            EXPECT_TRUE(MarkerIsEmptyFile());
-        }
-    }
-}
-
-TEST_F(AppProcess, MissingOrBrokenPreferencesEndSilentlyWithSuccess) {
-    for (const char* content :
-         {"", "{ OperationType = 7; ", "\xFF\xFE\x00", "<?xml version=\"1.0\"?><plist>"}) {
-        scratch.Write("Test.app/Contents/Resources/Preferences", content);
-        const Outcome run = Start();
-        EXPECT_EQ(run.status, 0);
-        EXPECT_EQ(run.output, "") << content;
-    }
-    fs::remove(scratch / "Test.app/Contents/Resources/Preferences");
-    EXPECT_EQ(Start().status, 0);
-    EXPECT_FALSE(fs::exists(marker));
-}
-
-// Anyone can plant things in /tmp: a link or a FIFO at the marker path is
-// stale and replaced (never followed), a folder makes the write fail.
-TEST_F(AppProcess, WhatIsPlantedAtTheMarkerPathNeitherBlocksNorRedirects) {
-    scratch.Write("Test.app/Contents/Resources/Preferences", "{ OperationType = 7; }");
-    Outcome run = Start(); // no InstallationFileName: nothing to write
-    EXPECT_EQ(run.status, 0);
-    EXPECT_NE(run.output.find("[i] the 7 end with status 0."), std::string::npos);
-    EXPECT_EQ(run.output.find("<!>"), std::string::npos);
-
-    SetPreferences("OperationType = 7;");
-    const std::string target = scratch / "planted-target";
-    const std::function<void()> plants[] = {
-        [&] { fs::create_symlink(target, marker); },
-        [&] { fs::create_symlink(scratch.path(), marker); }, // a link to a folder
-        [&] { mkfifo(marker.c_str(), 0666); },
-    };
-    for (const auto& plant : plants) {
-        fs::remove(marker);
-        plant();
-        run = Start();
-        EXPECT_EQ(run.status, 0);
-        EXPECT_TRUE(MarkerIsEmptyFile()) << run.output;
-        EXPECT_FALSE(fs::exists(target));
-    }
-    fs::remove(marker);
-    fs::create_directory(marker);
-    run = Start();
-    EXPECT_EQ(run.status, 0);
-    EXPECT_NE(run.output.find("<!> failed to create installation file."), std::string::npos);
-    fs::remove(marker);
-}
-
-// Without anybody to ask the question is declined: never a crash, however
-// the display is broken, and never a question on the terminal when the
-// environment says that nobody may be asked.
-TEST_F(AppProcess, NobodyToAskDeclines) {
-    SetPreferences(kConsent);
-    const std::string deadWayland = scratch / "wayland-0";
-    const std::map<std::string, std::string> deadDisplays = {{"DISPLAY", ":1021"},
-                                                             {"WAYLAND_DISPLAY", deadWayland}};
-    const Launch cases[] = {
-        {},
-        {std::nullopt, "", deadDisplays},
-        {std::nullopt, "", {{"DISPLAY", ":1021"}}},
-        {std::string("\n"), "", {{"DEBIAN_FRONTEND", "noninteractive"}, {"DISPLAY", ":1021"}}},
-    };
-    for (const Launch& c : cases) {
-        const Outcome run = Start(c);
-        EXPECT_EQ(run.status, 1) << run.output;
-        EXPECT_FALSE(fs::exists(marker));
-        EXPECT_EQ(run.output.find("Do you want to continue?"), std::string::npos);
-        EXPECT_NE(run.output.find("[i] language:[(null)]"), std::string::npos);
-    }
-    // A display that cannot be opened leaves the terminal to ask on.
-    const Outcome run = Start({std::string("\n"), "> ", deadDisplays});
-    EXPECT_EQ(run.status, 0) << run.output;
-    EXPECT_NE(run.output.find("no display could be opened"), std::string::npos);
-    EXPECT_TRUE(MarkerIsEmptyFile());
-}
-
-// The question in the installer's language, answered on the terminal.
-TEST_F(AppProcess, ConsentIsAskedInTheInstallersLanguage) {
-    struct Case {
-        std::optional<std::string> lproj;
-        const char* ok;
-        const char* cancel;
-        const char* message;
-    };
-    const Case cases[] = {
-        {"de", "Fortfahren", "Abbrechen", "Quorvel wird jetzt auf diesem Computer installiert."},
-        {"fr", "Continuer", "Annuler", "Voulez-vous continuer\u00a0?"},
-        {"ja", "続ける", "キャンセル", "このコンピュータに Quorvel をインストールします。"},
-        {"en", "Continue", "Cancel", "Quorvel is about to be installed on this computer."},
-        {"xx", "Continue", "Cancel",
-         "Quorvel is about to be installed"}, // no such lproj: the bundle's own
-        {std::nullopt, "Continue", "Cancel", "Quorvel is about to be installed"},
-    };
-    SetPreferences(kConsent);
-    for (const Case& c : cases) {
-        SetInstallerLanguage(c.lproj);
-        fs::remove(marker);
-        Outcome run = Start({std::string("2\n")});
-        EXPECT_EQ(run.status, 1) << run.output;
-        EXPECT_FALSE(fs::exists(marker));
-        for (const char* text : {c.ok, c.cancel, c.message}) {
-            EXPECT_NE(run.output.find(text), std::string::npos) << text << "\n" << run.output;
-        }
-        EXPECT_NE(run.output.find("[i] language:[" + c.lproj.value_or("(null)") + "]"),
-                  std::string::npos);
-        run = Start({std::string("\n")}); // Enter takes the default button
-        EXPECT_EQ(run.status, 0) << run.output;
-        EXPECT_TRUE(MarkerIsEmptyFile());
-    }
-}
-
-// The answer is the whole line: a long one is never read in pieces.
-TEST_F(AppProcess, TheAnswerIsTheWholeLine) {
-    SetPreferences(kConsent);
+    const std::function<void()> nothing = [] {}, stale = [&] { std::ofstream(marker) << "x"; };
     const struct {
-        std::string typed;
-        int status;
+        std::optional<std::string> preferences; // none: no Preferences file
+        std::function<void()> plant;
+        const char* line; // "": nothing logged at all
+        Marker after;
     } cases[] = {
-        {std::string(63, ' ') + "2\n", 1},
-        {std::string(3000, 'x') + "\n2\n", 1}, // not an answer: asked again
-        {" 1 \n", 0},
+        {prefs(name, "OperationType = 7;"), nothing, "[i] the 7 end with status 0.", kEmpty},
+        {prefs(name, "OperationType = 7;"), stale, "[i] the 7 end with status 0.", kEmpty},
+        {prefs(name, "OperationType = 8;"), stale, "[i] the 8 end with status 0.", kKept},
+        {prefs(name, "OperationType = 8;"), nothing, "[i] the 8 end with status 0.", kAbsent},
+        {prefs(name, "OperationType = 9;"), nothing, "[i] operation is none.", kAbsent},
+        {prefs(name, "OperationType = 0;"), stale, "[i] operation is none.", kKept},
+        {prefs(name, ""), nothing, "[i] operation is none.", kAbsent},
+        {"{ OperationType = 7; }", stale, "[i] the 7 end with status 0.", kKept}, // no name
+        {std::nullopt, nothing, "", kAbsent},
+        {"", nothing, "", kAbsent},
+        {"{ OperationType = 7; ", nothing, "", kAbsent},
+        {std::string("\xFF\xFE\x00", 3), nothing, "", kAbsent},
+        {"<?xml version=\"1.0\"?><plist>", nothing, "", kAbsent},
+        {prefs(name, "OperationType = 7;"), [&] { fs::create_symlink(target, marker); },
+         "[i] the 7 end with status 0.", kEmpty},
+        {prefs(name, "OperationType = 7;"), [&] { fs::create_symlink(scratch.path(), marker); },
+         "[i] the 7 end with status 0.", kEmpty},
+        {prefs(name, "OperationType = 7;"), [&] { mkfifo(marker.c_str(), 0666); },
+         "[i] the 7 end with status 0.", kEmpty},
+        {prefs(name, "OperationType = 7;"), [&] { fs::create_directory(marker); },
+         "<!> failed to create installation file.", kKept},
+        {prefs("//" + name + "/", "OperationType = 7;"), stale, "[i] the 7 end", kEmpty},
+        {prefs("../var/tmp/" + name, "OperationType = 7;"), nothing,
+         "<!> failed to create installation file.", kAbsent},
+        {prefs("..", "OperationType = 7;"), nothing, "<!> failed to create installation file.",
+         kAbsent},
+        {prefs(link.substr(5) + "/" + name, "OperationType = 7;"),
+         [&] { fs::create_symlink(scratch.path(), link); },
+         "<!> failed to create installation file.", kAbsent},
     };
     for (const auto& c : cases) {
-        fs::remove(marker);
-        const Outcome run = Start({c.typed});
-        EXPECT_EQ(run.status, c.status) << run.output.substr(0, 400);
-        EXPECT_EQ(fs::exists(marker), c.status == 0);
-    }
-}
-
-// The shared property list is anyone's to plant: what is not a small
-// regular file is not read, and nothing in it can hang or crash the app.
-TEST_F(AppProcess, HostileSharedPropertyListsAreIgnored) {
-    SetPreferences(kConsent);
-    std::string deep = "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict><key>k</key>";
-    for (int i = 0; i < 100000; ++i) {
-        deep += "<array>";
-    }
-    const std::function<void()> plants[] = {
-        [] { mkfifo(kSharedPlist, 0666); },
-        [&] { std::ofstream(kSharedPlist) << deep; },
-        [] {
-            std::ofstream(kSharedPlist)
-                << "{ InstallerLproj = de; x = \"" << std::string(1 << 20, 'x') << "\"; }";
-        },
-        [&] {
-            std::ofstream(scratch / "lproj") << "{ InstallerLproj = de; }";
-            fs::create_symlink(scratch / "lproj", kSharedPlist);
-        },
-    };
-    for (const auto& plant : plants) {
-        fs::remove(kSharedPlist);
-        plant();
+        fs::remove_all(marker);
+        fs::remove(link);
+        std::ofstream(escape) << "outside";
+        std::ofstream(scratch / name) << "outside";
+        fs::remove(scratch / "Test.app/Contents/Resources/Preferences");
+        if (c.preferences) {
+            scratch.Write("Test.app/Contents/Resources/Preferences", *c.preferences);
+        }
+        c.plant();
         const Outcome run = Start();
-        EXPECT_EQ(run.status, 1) << run.output;
-        EXPECT_NE(run.output.find("[i] language:[(null)]"), std::string::npos) << run.output;
+        const std::string label = c.preferences.value_or("(none)") + "\n" + run.output;
+        EXPECT_EQ(run.status, 0) << label;
+        if (*c.line == '\0') {
+            EXPECT_EQ(run.output, "") << label;
+        }
+        EXPECT_NE(run.output.find(c.line), std::string::npos) << label;
+        EXPECT_EQ(run.output.find("<!>") != std::string::npos, c.line[0] == '<') << label;
+        EXPECT_EQ(MarkerIsEmptyFile(), c.after == kEmpty) << label;
+        EXPECT_EQ(fs::exists(fs::symlink_status(marker)), c.after != kAbsent) << label;
+        EXPECT_FALSE(fs::exists(target)) << label;
+        for (const std::string& outside : {escape, scratch / name}) {
+            std::ifstream file(outside);
+            EXPECT_EQ(std::string(std::istreambuf_iterator<char>(file), {}), "outside") << label;
+        }
     }
+    fs::remove(link);
+    fs::remove(escape);
 }
 
-// A FIFO planted at the marker path while the question waits.
-TEST_F(AppProcess, AFifoPlantedWhileTheQuestionWaitsIsReplaced) {
+// Every way of asking, the first that can ask doing so. Under a Debian
+// package manager debconf asks, with a private database: for a maintainer
+// script that uses debconf, and for one that does not (the app then starts
+// debconf's frontend itself). Else the terminal asks, in the installer's
+// language (never from outside the bundle), the answer being the whole line;
+// nobody asks (a decline) however the display is broken. The shared property
+// list is anyone's to plant: what is not a small regular file is not read.
+TEST_F(AppProcess, EveryWayOfAsking) {
     SetPreferences(kConsent);
-    Launch consent{std::string("\n")};
-    consent.whenAsked = [this] { ASSERT_EQ(mkfifo(marker.c_str(), 0666), 0); };
-    const Outcome run = Start(consent);
-    EXPECT_EQ(run.status, 0) << run.output;
-    EXPECT_TRUE(MarkerIsEmptyFile());
-}
-
-// Under a Debian package manager the question goes through debconf, with a
-// private database: by a maintainer script that uses debconf, and by one
-// that does not (the app then starts debconf's frontend itself).
-TEST_F(AppProcess, UnderAPackageManagerDebconfAsks) {
-    SetPreferences(kConsent);
-    const std::string database = scratch / "config.dat";
-    const std::string postinst = scratch.Write(
-        "quorvel-test.postinst", "#!/bin/sh\n. /usr/share/debconf/confmodule\n\"" + app + "\"\n");
-    fs::permissions(postinst, fs::perms::owner_all);
-    struct Case {
-        bool sourcesConfmodule;
-        std::string frontend;
-        std::optional<std::string> preseed; // "true" or "false"
-        std::optional<std::string> answer;  // typed at the readline prompt
-        std::optional<std::string> lproj;
-        int status;
-        const char* shown; // the question's title, when it was asked
-    };
-    const Case cases[] = {
-        {true, "noninteractive", std::nullopt, std::nullopt, std::nullopt, 1, nullptr},
-        {true, "noninteractive", "true", std::nullopt, std::nullopt, 0, nullptr},
-        {true, "readline", "false", std::nullopt, std::nullopt, 1, nullptr},
-        {false, "noninteractive", "true", std::nullopt, std::nullopt, 0, nullptr},
-        {false, "readline", std::nullopt, std::string("yes\n"), "de", 0, "Quorvel installieren?"},
-        {false, "readline", std::nullopt, std::string("no\n"), "fr", 1, "Installer Quorvel\u00a0?"},
-        {true, "readline", std::nullopt, std::string("yes\n"), "ja", 0,
-         "Quorvel をインストールしますか？"},
-    };
-    for (const Case& c : cases) {
-        fs::remove(database);
-        fs::remove(marker);
-        SetInstallerLanguage(c.lproj);
-        Launch run{c.answer,
+    scratch.Write("Test.app/Contents/x.lproj/Localizable.strings", "IDS_UI_BUTTON_OK = Escaped;");
+    const std::string database = scratch / "config.dat", none = "[i] language:[(null)]";
+    const std::vector<std::string> postinst = {scratch.Write(
+        "quorvel-test.postinst", "#!/bin/sh\n. /usr/share/debconf/confmodule\n\"" + app + "\"\n")};
+    fs::permissions(postinst[0], fs::perms::owner_all);
+    const auto debconf = [&](const char* frontend, std::optional<std::string> answer, bool own) {
+        Launch run{std::move(answer),
                    "[yes/no]",
                    {{"DEBCONF_DB_REPLACE", "File{" + database + "}"},
-                    {"DEBIAN_FRONTEND", c.frontend},
+                    {"DEBIAN_FRONTEND", frontend},
                     {"LC_ALL", "C.UTF-8"}}};
-        if (c.preseed) {
-            const Outcome preseed = Start(run, {"/bin/sh", "-c",
-                                                "echo 'quorvel quorvel/consent boolean " +
-                                                    *c.preseed + "' | debconf-set-selections"});
-            ASSERT_EQ(preseed.status, 0) << preseed.output;
-        }
-        if (!c.sourcesConfmodule) {
+        if (own) {
             run.env["DPKG_MAINTSCRIPT_PACKAGE"] = "quorvel-test";
         }
-        const Outcome outcome =
-            Start(run, c.sourcesConfmodule ? std::vector<std::string>{postinst, "configure"}
-                                           : std::vector<std::string>{});
-        const std::string label = c.frontend + " " + c.preseed.value_or("-") + " " +
-                                  c.answer.value_or("-") + "\n" + outcome.output;
-        EXPECT_EQ(outcome.status, c.status) << label;
+        return run;
+    };
+    const auto preseed = [&](const std::string& value) {
+        return [&, value] {
+            const std::string line = "quorvel quorvel/consent boolean " + value;
+            const Outcome run =
+                Start(debconf("noninteractive", std::nullopt, false),
+                      {"/bin/sh", "-c", "echo '" + line + "' | debconf-set-selections"});
+            ASSERT_EQ(run.status, 0) << run.output;
+        };
+    };
+    const auto lproj = [](const std::string& name) {
+        return [name] { SetInstallerLanguage(name); };
+    };
+    const std::map<std::string, std::string> deadDisplays = {
+        {"DISPLAY", ":1021"}, {"WAYLAND_DISPLAY", scratch / "wayland-0"}};
+    const std::string huge = "{ InstallerLproj = de; x = \"" + std::string(1 << 20, 'x') + "\"; }";
+    const std::string en = "Quorvel is about to be installed on this computer.";
+    const std::function<void()> nothing = [] {};
+    const Launch decline{std::string("2\n")};
+    const struct {
+        Launch launch;
+        std::function<void()> setup; // the shared property list, debconf's database
+        int status;
+        std::vector<std::string> shown;        // in the output; "!text": not in it
+        std::vector<std::string> command = {}; // none: the app itself
+    } cases[] = {
+        {debconf("noninteractive", std::nullopt, false), nothing, 1, {"![yes/no]"}, postinst},
+        {debconf("noninteractive", std::nullopt, false), preseed("true"), 0, {}, postinst},
+        {debconf("readline", std::nullopt, false), preseed("false"), 1, {"![yes/no]"}, postinst},
+        {debconf("noninteractive", std::nullopt, true), preseed("true"), 0, {}},
+        {debconf("readline", "yes\n", true), lproj("de"), 0, {"Quorvel installieren?"}},
+        {debconf("readline", "no\n", true), lproj("fr"), 1, {"Installer Quorvel\u00a0?"}},
+        {debconf("readline", "yes\n", false),
+         lproj("ja"),
+         0,
+         {"Quorvel をインストールしますか？"},
+         postinst},
+        {{}, nothing, 1, {"no display and no terminal", none}},
+        {{std::nullopt, "", deadDisplays}, nothing, 1, {"no display could be opened", "!" + en}},
+        {{std::nullopt, "", {{"DISPLAY", ":1021"}}}, nothing, 1, {"no display and no terminal"}},
+        {{std::string("\n"), "", {{"DEBIAN_FRONTEND", "noninteractive"}, {"DISPLAY", ":1021"}}},
+         nothing,
+         1,
+         {"nobody may be asked", "!" + en}},
+        {{std::string("\n"), "> ", deadDisplays}, nothing, 0, {"no display could be opened", en}},
+        {{std::string(63, ' ') + "2\n"}, nothing, 1, {none, "Continue", "Cancel"}},
+        {{std::string(3000, 'x') + "\n2\n"}, nothing, 1, {}}, // not an answer: asked again
+        {{std::string(" 1 \n")}, nothing, 0, {}},
+        {decline, lproj("de"), 1, {"[i] language:[de]", "Fortfahren", "Abbrechen"}},
+        {decline, lproj("fr"), 1, {"Continuer", "Annuler", "Voulez-vous continuer\u00a0?"}},
+        {decline, lproj("ja"), 1, {"続ける", "キャンセル", "Quorvel をインストールします。"}},
+        {decline, lproj("xx"), 1, {"[i] language:[xx]", "Continue", "Cancel", en}},
+        {decline, lproj("../x"), 1, {"[i] language:[../x]", "Continue", "!Escaped"}},
+        {{}, [] { mkfifo(kSharedPlist, 0666); }, 1, {none}},
+        {{}, [&] { std::ofstream(kSharedPlist) << huge; }, 1, {none}},
+        {{}, [&] { fs::create_symlink(scratch / "lproj", kSharedPlist); }, 1, {none}},
+    };
+    std::ofstream(scratch / "lproj") << "{ InstallerLproj = de; }";
+    for (const auto& c : cases) {
+        fs::remove(marker);
+        fs::remove(kSharedPlist);
+        fs::remove(database);
+        c.setup();
+        const Outcome run = Start(c.launch, c.command);
+        const std::string label = run.output.substr(0, 2000);
+        EXPECT_EQ(run.status, c.status) << label;
         EXPECT_EQ(MarkerIsEmptyFile(), c.status == 0) << label;
-        if (c.shown != nullptr) {
-            EXPECT_NE(outcome.output.find(c.shown), std::string::npos) << label;
-        } else {
-            EXPECT_EQ(outcome.output.find("[yes/no]"), std::string::npos) << label;
+        for (const std::string& text : c.shown) {
+            const bool absent = text[0] == '!';
+            EXPECT_EQ(run.output.find(text.substr(absent)) == std::string::npos, absent)
+                << text << "\n"
+                << label;
         }
-        // An accepted answer stays; a declined one is asked again next time.
-        std::ifstream file(database);
-        const std::string stored((std::istreambuf_iterator<char>(file)), {});
-        EXPECT_EQ(stored.find("Flags: seen") != std::string::npos, c.status == 0) << stored;
+        // debconf keeps an accepted answer; a declined one is asked again next time.
+        if (c.launch.env.count("DEBCONF_DB_REPLACE") != 0) {
+            std::ifstream file(database);
+            const std::string stored((std::istreambuf_iterator<char>(file)), {});
+            EXPECT_EQ(stored.find("Flags: seen") != std::string::npos, c.status == 0) << stored;
+        }
     }
 }
 

@@ -2,8 +2,9 @@
 
 #include <curl/curl.h>
 
-#include <cstdlib>
 #include <memory>
+
+#include "utils/platform/Platform.h"
 
 namespace {
 
@@ -28,9 +29,9 @@ std::size_t CollectBody(char* data, std::size_t size, std::size_t count, void* t
     return size * count;
 }
 
+// A variable's value; unset and empty count alike.
 std::string Environment(const char* name) {
-    const char* value = std::getenv(name);
-    return value != nullptr ? value : "";
+    return Platform::EnvironmentVariable(name).value_or("");
 }
 
 // The CA certificates as the curl tool finds them: CURL_CA_BUNDLE alone when

@@ -5,14 +5,10 @@
 #include <cstdint>
 #include <cstdlib>
 
+#include "utils/TextPieces.h"
+
 namespace ProxyConventions {
 namespace {
-
-std::string Trimmed(const std::string& text) {
-    const std::size_t first = text.find_first_not_of(" \t\r\n");
-    const std::size_t last = text.find_last_not_of(" \t\r\n");
-    return first == std::string::npos ? "" : text.substr(first, last - first + 1);
-}
 
 std::string Lowered(std::string text) {
     for (char& c : text) {
@@ -72,17 +68,17 @@ void SplitHostPort(const std::string& authority, std::string& host, std::string&
 }
 
 std::optional<std::uint32_t> IPv4(const std::string& text) {
+    const std::vector<std::string> numbers = TextPieces::Split(text, '.');
+    if (numbers.size() != 4) {
+        return std::nullopt;
+    }
     std::uint32_t address = 0;
-    std::size_t start = 0;
-    for (int i = 0; i < 4; ++i) {
-        const std::size_t end = i < 3 ? text.find('.', start) : text.size();
-        const std::string part = text.substr(start, end == std::string::npos ? end : end - start);
-        if (part.empty() || part.size() > 3 || !AllOf(part, "0123456789") ||
-            std::atoi(part.c_str()) > 255 || end == std::string::npos) {
+    for (const std::string& number : numbers) {
+        if (number.empty() || number.size() > 3 || !AllOf(number, "0123456789") ||
+            std::atoi(number.c_str()) > 255) {
             return std::nullopt;
         }
-        address = address << 8 | static_cast<std::uint32_t>(std::atoi(part.c_str()));
-        start = end + 1;
+        address = address << 8 | static_cast<std::uint32_t>(std::atoi(number.c_str()));
     }
     return address;
 }
@@ -143,7 +139,7 @@ std::optional<std::vector<std::string>> CidrPrefixes(const std::string& entry) {
 } // namespace
 
 std::optional<ProxyAddress> ParseProxy(const std::string& written) {
-    std::string text = Trimmed(written);
+    std::string text = TextPieces::Trim(written);
     std::string scheme = "http";
     if (const std::size_t mark = text.find("://"); mark != std::string::npos) {
         scheme = Lowered(text.substr(0, mark));
@@ -174,25 +170,11 @@ std::optional<ProxyAddress> ParseProxy(const std::string& written) {
 }
 
 bool ExemptsEverything(const std::string& noProxy) {
-    return Trimmed(noProxy) == "*";
-}
-
-std::vector<std::string> SplitList(const std::string& text) {
-    std::vector<std::string> entries;
-    std::size_t start = 0;
-    while (start <= text.size()) {
-        const std::size_t comma = std::min(text.find(',', start), text.size());
-        const std::string entry = Trimmed(text.substr(start, comma - start));
-        if (!entry.empty()) {
-            entries.push_back(entry);
-        }
-        start = comma + 1;
-    }
-    return entries;
+    return TextPieces::Trim(noProxy) == "*";
 }
 
 std::vector<std::string> TranslateException(const std::string& written) {
-    const std::string entry = Trimmed(written);
+    const std::string entry = TextPieces::Trim(written);
     if (entry.compare(0, 2, "*.") == 0) {
         return {entry.substr(1)};
     }

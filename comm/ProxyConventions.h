@@ -40,9 +40,6 @@ std::optional<ProxyAddress> ParseProxy(const std::string& text);
 // True when a no_proxy value turns proxies off for every host ("*").
 bool ExemptsEverything(const std::string& noProxy);
 
-// Splits a comma-separated list; entries trimmed of blanks, empty ones dropped.
-std::vector<std::string> SplitList(const std::string& text);
-
 // One exceptions entry in the forms the decision matches: an IPv4 CIDR block
 // becomes the address prefixes covering it ("10.0.0.0/12" gives "10.0." to
 // "10.15."), "*.example.com" becomes ".example.com", "[::1]" and "host:port"

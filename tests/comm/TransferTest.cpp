@@ -1,5 +1,4 @@
 #include <gtest/gtest.h>
-#include <httplib.h>
 
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -8,10 +7,12 @@
 #include <chrono>
 #include <csignal>
 #include <filesystem>
+#include <set>
 #include <thread>
 
 #include "comm/CommunicationLibrary.h"
 #include "comm/MyUrlConnection.h"
+#include "comm/platform/Process.h"
 #include "tests/support/LoopbackServers.h"
 #include "tests/support/ProxyFixtures.h"
 #include "utils/Conversions.h"
@@ -38,14 +39,11 @@ protected:
         fs::create_directories(scratch / "TemporaryItems/quorvel-logs");
     }
     // Curl mode is chosen for systems up to 10.3.1.
-    void UseCurlMode() {
-        Platform::SetOsReleaseFiles({scratch.Write("os-release", "VERSION_ID=10.3.1\n")});
-    }
-    void UseUrlLoadingMode() {
-        Platform::SetOsReleaseFiles({scratch.Write("os-release", "VERSION_ID=12\n")});
+    void UseMode(bool curl) {
+        const char* release = curl ? "VERSION_ID=10.3.1\n" : "VERSION_ID=12\n";
+        Platform::SetOsReleaseFiles({scratch.Write("os-release", release)});
     }
     std::string Log() const { return ReadFile(scratch / "TemporaryItems/quorvel-logs/log.txt"); }
-    void UseMode(bool curl) { curl ? UseCurlMode() : UseUrlLoadingMode(); }
     int Post(const std::string& url, const std::string& document, std::string& reply) {
         return comm.PostDocument(W(url), W(document), reply);
     }
@@ -53,20 +51,19 @@ protected:
     testsupport::LoopbackServers servers;
     ScratchDir scratch;
     ScopedEnv tmp{"TMPDIR", scratch.path()};
-    ScopedEnv http{"http_proxy", std::nullopt}, https{"https_proxy", std::nullopt},
-        httpsUpper{"HTTPS_PROXY", std::nullopt}, noProxy{"no_proxy", std::nullopt},
-        noProxyUpper{"NO_PROXY", std::nullopt}, all{"all_proxy", std::nullopt},
-        allUpper{"ALL_PROXY", std::nullopt}, httpUpper{"HTTP_PROXY", std::nullopt};
+    testsupport::NoTransferVariables cleared;
     CommunicationLibrary comm;
+    const int ok = CommunicationLibrary::PostOk, failed = CommunicationLibrary::PostTransferFailed,
+              tls = CommunicationLibrary::PostSecureConnectionFailed;
 };
 
+// Nine characters are refused before anything else; ten go on to the
+// reachability test.
 TEST_F(TransferTest, ChecksTheUrlLengthThenReachability) {
     std::string reply = "untouched";
     EXPECT_EQ(comm.PostDocument(W("http://a/"), W("<x/>"), reply),
               CommunicationLibrary::PostUrlTooShort);
     EXPECT_EQ(comm.PostDocument(W("http://ab/"), W("<x/>"), reply),
-              CommunicationLibrary::PostNoConnection);
-    EXPECT_EQ(Post("http://host.invalid/echo", "<x/>", reply),
               CommunicationLibrary::PostNoConnection);
     EXPECT_EQ(reply, "untouched");
     EXPECT_FALSE(fs::exists(scratch / "TemporaryItems/quorvel-logs/log.txt")); // nothing logged
@@ -83,7 +80,6 @@ TEST_F(TransferTest, RepliesAndStatusesInBothModes) {
         int curlResult;
         std::string curlReply;
     };
-    const int ok = CommunicationLibrary::PostOk, failed = CommunicationLibrary::PostTransferFailed;
     const std::string doc = "<doc>\xC3\xA9</doc>", kept = "untouched", posted = "POST " + doc;
     const std::string full = std::string(2048, 'x'), twice = std::string(4096, 'x');
     const Case cases[] = {
@@ -113,22 +109,11 @@ TEST_F(TransferTest, RepliesAndStatusesInBothModes) {
             EXPECT_EQ(reply, curl ? c.curlReply : c.urlReply) << c.path << (curl ? " curl" : "");
         }
     }
-    std::string reply = kept;
-    UseUrlLoadingMode();
-    const std::string closing = "http://127.0.0.1:" + std::to_string(servers.closing) + "/";
-    EXPECT_EQ(Post(closing, "<x/>", reply), failed);
     const std::string log = Log();
     EXPECT_NE(log.find("Message: Server response" + doc + "\n"), std::string::npos);
     EXPECT_NE(log.find("Message: curlerrcode original: ErrorCode: 5632\n"),
               std::string::npos); // exit 22
     EXPECT_NE(log.find("Message: curlerrcode: ErrorCode: 22\n"), std::string::npos);
-
-    // A missing response file is still a success, with an empty reply.
-    EXPECT_EQ(comm.CurlExternSecureDownload(servers.HttpUrl("/bytes/0"),
-                                            scratch.Write("req", "<x/>"),
-                                            scratch / "TemporaryItems/none.xml", reply),
-              ok);
-    EXPECT_EQ(reply, "");
 }
 
 TEST_F(TransferTest, UrlLoadingModeTimesOutAndStopsPromptly) {
@@ -146,17 +131,13 @@ TEST_F(TransferTest, UrlLoadingModeTimesOutAndStopsPromptly) {
     {
         MyUrlConnection connection(30);
         ASSERT_TRUE(connection.sendRequest(request));
+        EXPECT_FALSE(connection.sendRequest(request)); // one transfer per connection
     }
     EXPECT_LT(std::chrono::duration<double>(Clock::now() - dropped).count(), 1.0);
-    MyUrlConnection defaults(0); // less than 1 second: the default applies
-    request.url = servers.HttpUrl("/echo");
-    ASSERT_TRUE(defaults.sendRequest(request));
-    EXPECT_FALSE(defaults.sendRequest(request)); // one transfer per connection
-    EXPECT_EQ(defaults.wait(), std::optional<std::string>("<x/>"));
 }
 
 TEST_F(TransferTest, CurlModeRunsTheDocumentedCommandLine) {
-    UseCurlMode();
+    UseMode(true);
     ASSERT_TRUE(comm.IsCurlMode());
     testsupport::TinyProxy proxy;
     ASSERT_TRUE(proxy.ok());
@@ -196,7 +177,7 @@ TEST_F(TransferTest, CurlModeRunsTheDocumentedCommandLine) {
 }
 
 TEST_F(TransferTest, ParallelTransfersKeepTheirOwnReplies) {
-    UseUrlLoadingMode();
+    UseMode(false);
     std::vector<std::thread> threads;
     std::vector<std::string> replies(6);
     for (std::size_t i = 0; i < replies.size(); ++i) {
@@ -215,16 +196,20 @@ TEST_F(TransferTest, ParallelTransfersKeepTheirOwnReplies) {
 // Every configuration is stated by the library, then posted in both modes;
 // the route is what the two real proxies saw. The proxy variables curl reads
 // by itself must not change the route in curl mode, nor libcurl's in
-// URL-loading mode.
-TEST_F(TransferTest, EveryProxyConfigurationTakesTheStatedRouteInBothModes) {
+// URL-loading mode. CA certificates are found as the curl tool finds them.
+TEST_F(TransferTest, EveryProxyAndCertificateConfigurationWorksAsStatedInBothModes) {
     testsupport::GnomeSettings gnome;
     testsupport::TinyProxy open, auth("user", "s3cret");
     ASSERT_TRUE(open.ok() && auth.ok());
     const std::string o = open.Address(), a = auth.Address(), dead = "127.0.0.1:1";
     const std::string o6 = "[::1]:" + std::to_string(open.port);
     const std::string u1 = servers.HttpUrl("/method"), u7 = servers.Http7Url("/method"),
-                      u6 = servers.Http6Url("/method"), us = servers.HttpsUrl("/method"),
-                      ca = servers.Certificate();
+                      u6 = servers.Http6Url("/method"), us = servers.HttpsUrl("/method");
+    const std::string ca = servers.Certificate(), none = scratch / "none.pem",
+                      certs = scratch / "certs";
+    fs::create_directories(certs);
+    fs::copy_file(ca, certs + "/ca.pem");
+    ASSERT_EQ(std::system(("openssl rehash " + certs + " 2>/dev/null").c_str()), 0);
     const auto desktop = [](const testsupport::TinyProxy& proxy, const char* ignore, bool account) {
         return std::vector<std::string>{
             "org.gnome.system.proxy mode manual",
@@ -244,26 +229,39 @@ TEST_F(TransferTest, EveryProxyConfigurationTakesTheStatedRouteInBothModes) {
         std::vector<std::string> desktop; // empty: GNOME's mode is "none"
         std::string url, stated;          // stated: the route the library names
         const testsupport::TinyProxy* via;
-        bool urlOk, curlOk;
+        int urlResult, curlResult;
     };
     const Case cases[] = {
-        {{{"http_proxy", o}}, {}, u1, o, &open, true, true},
-        {{{"http_proxy", o}, {"no_proxy", "127."}}, {}, u1, "", nullptr, true, true},
-        {{{"http_proxy", o}, {"no_proxy", " * "}}, {}, u1, "", nullptr, true, true},
-        {{{"http_proxy", o}, {"NO_PROXY", "127.0.0.0/8"}}, {}, u7, "", nullptr, true, true},
-        {{{"http_proxy", o}, {"no_proxy", "127.0.0.1/32"}}, {}, u7, o, &open, true, true},
-        {{{"http_proxy", o}, {"no_proxy", "localhost, [::1]:80"}}, {}, u6, "", nullptr, true, true},
-        {{{"http_proxy", "http://" + o6}}, {}, u6, o6, &open, true, true},
+        {{{"http_proxy", o}}, {}, u1, o, &open, ok, ok},
+        {{{"http_proxy", o}, {"no_proxy", "127."}}, {}, u1, "", nullptr, ok, ok},
+        {{{"http_proxy", o}, {"no_proxy", " * "}}, {}, u1, "", nullptr, ok, ok},
+        {{{"http_proxy", o}, {"NO_PROXY", "127.0.0.0/8"}}, {}, u7, "", nullptr, ok, ok},
+        {{{"http_proxy", o}, {"no_proxy", "127.0.0.1/32"}}, {}, u7, o, &open, ok, ok},
+        {{{"http_proxy", o}, {"no_proxy", "localhost, [::1]:80"}}, {}, u6, "", nullptr, ok, ok},
+        {{{"http_proxy", "http://" + o6}}, {}, u6, o6, &open, ok, ok},
         // Credentials reach the proxy in URL-loading mode only.
-        {{{"http_proxy", "http://user:s3cret@" + a}}, {}, u1, a, &auth, true, false},
-        {{{"http_proxy", a}}, {}, u1, a, &auth, false, false},
-        {{{"http_proxy", a}, {"HTTPS_PROXY", o}}, {}, u1, o, &open, true, true}, // HTTPS preferred
-        {{{"https_proxy", o}, {"CURL_CA_BUNDLE", ca}}, {}, us, o, &open, true, true}, // tunnelled
-        {{{"ALL_PROXY", dead}, {"HTTP_PROXY", dead}}, {}, u1, "", nullptr, true, true},
+        {{{"http_proxy", "http://user:s3cret@" + a}}, {}, u1, a, &auth, ok, failed},
+        {{{"http_proxy", a}}, {}, u1, a, &auth, failed, failed},
+        {{{"http_proxy", a}, {"HTTPS_PROXY", o}}, {}, u1, o, &open, ok, ok},      // HTTPS preferred
+        {{{"https_proxy", o}, {"CURL_CA_BUNDLE", ca}}, {}, us, o, &open, ok, ok}, // tunnelled
+        {{{"ALL_PROXY", dead}, {"HTTP_PROXY", dead}}, {}, u1, "", nullptr, ok, ok},
         // GNOME's settings win over the variables; its default exceptions.
-        {{{"http_proxy", dead}}, gnomeDefault, u7, "", nullptr, true, true},
-        {{{"http_proxy", dead}}, gnomeWildcard, u1, o, &open, true, true},
-        {{}, gnomeAccount, u1, a, &auth, true, false},
+        {{{"http_proxy", dead}}, gnomeDefault, u7, "", nullptr, ok, ok},
+        {{{"http_proxy", dead}}, gnomeWildcard, u1, o, &open, ok, ok},
+        {{}, gnomeAccount, u1, a, &auth, ok, failed},
+        // The system store knows no test CA; CURL_CA_BUNDLE, set and not
+        // empty, hides the other two.
+        {{}, {}, us, "", nullptr, failed, tls},
+        {{{"SSL_CERT_FILE", ca}}, {}, us, "", nullptr, ok, ok},
+        {{{"SSL_CERT_DIR", certs}}, {}, us, "", nullptr, ok, ok},
+        {{{"CURL_CA_BUNDLE", ca}, {"SSL_CERT_FILE", none}, {"SSL_CERT_DIR", none}},
+         {},
+         us,
+         "",
+         nullptr,
+         ok,
+         ok},
+        {{{"CURL_CA_BUNDLE", ""}, {"SSL_CERT_FILE", ca}}, {}, us, "", nullptr, ok, ok},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE("configuration " + std::to_string(&c - cases));
@@ -271,17 +269,16 @@ TEST_F(TransferTest, EveryProxyConfigurationTakesTheStatedRouteInBothModes) {
         for (const auto& [name, value] : c.env) {
             env.push_back(std::make_unique<ScopedEnv>(name, value));
         }
-        ASSERT_TRUE(gnome.Set(c.desktop.empty() ? std::vector<std::string>{"org.gnome.system.proxy "
-                                                                           "mode none"}
-                                                : c.desktop));
+        const std::vector<std::string> off = {"org.gnome.system.proxy mode none"};
+        ASSERT_TRUE(gnome.Set(c.desktop.empty() ? off : c.desktop));
         EXPECT_EQ(comm.RouteFor(c.url).proxy, c.stated);
         for (const bool curl : {false, true}) {
             UseMode(curl);
             std::string reply;
-            const bool ok = Post(c.url, "<route/>", reply) == CommunicationLibrary::PostOk;
+            const int result = Post(c.url, "<route/>", reply);
             const std::string mode = curl ? " (curl mode)" : " (URL-loading mode)";
-            EXPECT_EQ(ok, curl ? c.curlOk : c.urlOk) << mode;
-            EXPECT_EQ(reply, ok ? "POST <route/>" : "") << mode;
+            EXPECT_EQ(result, curl ? c.curlResult : c.urlResult) << mode;
+            EXPECT_EQ(reply, result == ok ? "POST <route/>" : "") << mode;
             EXPECT_EQ(!open.TakeRequests().empty(), c.via == &open) << mode;
             EXPECT_EQ(!auth.TakeRequests().empty(), c.via == &auth) << mode;
         }
@@ -289,44 +286,60 @@ TEST_F(TransferTest, EveryProxyConfigurationTakesTheStatedRouteInBothModes) {
     EXPECT_EQ(Log().find("s3cret"), std::string::npos); // never logged
 }
 
-TEST_F(TransferTest, CertificateAuthoritiesAsTheCurlToolFindsThem) {
-    const std::string ca = servers.Certificate(), none = scratch / "none.pem";
-    const std::string folder = scratch / "certs";
-    fs::create_directories(folder);
-    fs::copy_file(ca, folder + "/ca.pem");
-    ASSERT_EQ(std::system(("openssl rehash " + folder + " 2>/dev/null").c_str()), 0);
-    using Env = std::optional<std::string>;
-    struct Case {
-        Env bundle, file, dir;
-        int urlResult, curlResult;
-    };
-    const Env unset;
-    const Case cases[] = {
-        {unset, unset, unset, CommunicationLibrary::PostTransferFailed,
-         CommunicationLibrary::PostSecureConnectionFailed}, // the system store knows no test CA
-        {unset, ca, unset, CommunicationLibrary::PostOk, CommunicationLibrary::PostOk},
-        {unset, unset, folder, CommunicationLibrary::PostOk, CommunicationLibrary::PostOk},
-        {ca, none, none, CommunicationLibrary::PostOk, CommunicationLibrary::PostOk},
-        {std::string(), ca, unset, CommunicationLibrary::PostOk, CommunicationLibrary::PostOk},
-    };
-    for (const Case& c : cases) {
-        ScopedEnv bundle("CURL_CA_BUNDLE", c.bundle), file("SSL_CERT_FILE", c.file),
-            dir("SSL_CERT_DIR", c.dir);
-        for (const bool curl : {false, true}) {
-            UseMode(curl);
-            std::string reply;
-            EXPECT_EQ(Post(servers.HttpsUrl("/echo"), "<tls/>", reply),
-                      curl ? c.curlResult : c.urlResult)
-                << "configuration " << &c - cases << (curl ? " curl" : " url-loading");
-        }
+// Every way the tool can end maps to its result: exit 0 to PostOk (with no
+// response file, an empty reply), curl's TLS failures to
+// PostSecureConnectionFailed, any other code or a signal to
+// PostTransferFailed, the reply untouched. The URL reaches the shell
+// unquoted, so a command in it ends the shell as a curl would.
+TEST_F(TransferTest, EveryEndOfTheToolMapsToItsResult) {
+    const std::set<int> secure = {35, 51, 53, 54, 58, 59, 60, 66};
+    const std::string request = scratch.Write("request.xml", "<x/>"), missing = scratch / "none";
+    for (int code = 0; code < 100; ++code) {
+        std::string reply = "untouched";
+        const std::string url = "2>/dev/null; exit " + std::to_string(code) + " #";
+        const int expected = code == 0 ? ok : secure.count(code) != 0 ? tls : failed;
+        EXPECT_EQ(comm.CurlExternSecureDownload(url, request, missing, reply), expected) << code;
+        EXPECT_EQ(reply, code == 0 ? "" : "untouched") << code;
     }
+    std::string reply = "untouched";
+    EXPECT_EQ(comm.CurlExternSecureDownload("; kill -KILL $$ #", request, missing, reply), failed);
+    EXPECT_EQ(reply, "untouched");
+    EXPECT_NE(Log().find("Message: curlerrcode original: ErrorCode: 9\n"), std::string::npos);
+    EXPECT_NE(Log().find("Message: curlerrcode: ErrorCode: 0\n"), std::string::npos);
+}
+
+// Real wait statuses, from a shell and from a child of our own, read as
+// curl mode's shift reads them.
+TEST(ProcessSeam, DecodesRealWaitStatuses) {
+    struct Case {
+        const char* command;
+        int exitCode, signal;
+    };
+    const Case cases[] = {
+        {"exit 0", 0, 0}, {"exit 66", 66, 0}, {"exit 255", 255, 0}, {"kill -TERM $$", 0, SIGTERM}};
+    for (const Case& c : cases) {
+        const Process::ShellStatus status = Process::RunShellCommand(c.command);
+        EXPECT_EQ(status.exitCode, c.exitCode) << c.command;
+        EXPECT_EQ(status.exitCode, status.waitStatus >> 8) << c.command;
+        EXPECT_EQ(status.signal, c.signal) << c.command;
+    }
+    const pid_t child = fork();
+    if (child == 0) {
+        kill(getpid(), SIGKILL);
+    }
+    int waitStatus = 0;
+    ASSERT_EQ(waitpid(child, &waitStatus, 0), child);
+    const Process::ShellStatus killed = Process::DecodeWaitStatus(waitStatus);
+    EXPECT_EQ(killed.signal, SIGKILL);
+    EXPECT_EQ(killed.exitCode, 0);
+    EXPECT_NE(killed.waitStatus, 0);
 }
 
 // Two processes that post in the same second seed the generator alike and
 // draw the same number; each must still send its own document to its own
 // server.
 TEST_F(TransferTest, CurlModeProcessesPostingInTheSameSecondKeepTheirDocuments) {
-    UseCurlMode();
+    UseMode(true);
     std::this_thread::sleep_until(std::chrono::system_clock::time_point(
         std::chrono::ceil<std::chrono::seconds>(std::chrono::system_clock::now())));
     const std::string urls[] = {servers.HttpUrl("/method"), servers.Http7Url("/method")};
@@ -355,7 +368,7 @@ TEST_F(TransferTest, CurlModeProcessesPostingInTheSameSecondKeepTheirDocuments) 
 // A document that cannot be written whole is not sent at all: cut short by a
 // file size limit, or with no private folder to write it in.
 TEST_F(TransferTest, CurlModeNeverSendsHalfADocument) {
-    UseCurlMode();
+    UseMode(true);
     rlimit saved{};
     getrlimit(RLIMIT_FSIZE, &saved);
     const auto previous = std::signal(SIGXFSZ, SIG_IGN);

@@ -43,8 +43,8 @@ public:
         close(fromChild[1]);
         input_ = toChild[1];
         std::FILE* out = fdopen(fromChild[0], "r");
-        if (out == nullptr || std::fscanf(out, "http=%d https=%d close=%d http7=%d http6=%d", &http,
-                                          &https, &closing, &http7, &http6) != 5) {
+        if (out == nullptr || std::fscanf(out, "http=%d https=%d http7=%d http6=%d", &http, &https,
+                                          &http7, &http6) != 4) {
             http = 0;
         }
         if (out != nullptr) {
@@ -71,7 +71,7 @@ public:
     // The self-signed certificate of the HTTPS server, the test's private CA.
     std::string Certificate() const { return certs_ / "cert.pem"; }
 
-    int http = 0, https = 0, closing = 0, http7 = 0, http6 = 0;
+    int http = 0, https = 0, http7 = 0, http6 = 0;
 
 private:
     static std::string Url(const char* scheme, int port, const std::string& path,

@@ -22,18 +22,16 @@
 
 namespace testsupport {
 
-// A TCP socket bound to a free port of 127.0.0.1, which goes to `port`.
-inline int BindLoopback(int& port) {
-    const int fd = socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t length = sizeof address;
-    bind(fd, reinterpret_cast<sockaddr*>(&address), length);
-    getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length);
-    port = ntohs(address.sin_port);
-    return fd;
-}
+// The variables that give curl or libcurl a proxy or CA certificates, unset
+// for the length of one test, so that the machine's own cannot change a route.
+struct NoTransferVariables {
+    ScopedEnv variables[11] = {{"http_proxy", std::nullopt},     {"HTTP_PROXY", std::nullopt},
+                               {"https_proxy", std::nullopt},    {"HTTPS_PROXY", std::nullopt},
+                               {"no_proxy", std::nullopt},       {"NO_PROXY", std::nullopt},
+                               {"all_proxy", std::nullopt},      {"ALL_PROXY", std::nullopt},
+                               {"CURL_CA_BUNDLE", std::nullopt}, {"SSL_CERT_FILE", std::nullopt},
+                               {"SSL_CERT_DIR", std::nullopt}};
+};
 
 // A tinyproxy listening on 127.0.0.1 and [::1], asking for Basic
 // credentials when `user` is given. Stopped when destroyed.
@@ -90,10 +88,17 @@ public:
     const int port;
 
 private:
+    // A port of 127.0.0.1 that was free a moment ago.
     static int FreePort() {
-        int port = 0;
-        close(BindLoopback(port));
-        return port;
+        const int fd = socket(AF_INET, SOCK_STREAM, 0);
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        socklen_t length = sizeof address;
+        bind(fd, reinterpret_cast<sockaddr*>(&address), length);
+        getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length);
+        close(fd);
+        return ntohs(address.sin_port);
     }
     ScratchDir folder_;
     std::string log_ = folder_ / "tinyproxy.log";

@@ -113,9 +113,11 @@ public:
     struct ProxyRoute {
         // "host:port", or empty for a direct connection.
         std::string proxy;
-        // The proxy's user name and password, when `hasCredentials`.
+        // The proxy's user name, when `hasCredentials`.
         std::string user;
+        // The proxy's password, when `hasCredentials`; never logged.
         std::string password;
+        // Whether the proxy takes credentials.
         bool hasCredentials = false;
     };
 

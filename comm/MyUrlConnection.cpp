@@ -66,7 +66,7 @@ void SetProxy(CURL* easy, const UrlRequest& request) {
 
 // Drives the easy handle until it ends or the caller cancels. A failing
 // multi call ends the transfer at once rather than spinning to the deadline.
-CURLcode Drive(CURL* easy, const std::atomic<bool>& cancel) {
+CURLcode DriveUntilDoneOrCancelled(CURL* easy, const std::atomic<bool>& cancel) {
     CURLM* multi = curl_multi_init();
     if (multi == nullptr) {
         return CURLE_OUT_OF_MEMORY;
@@ -178,7 +178,7 @@ bool MyUrlConnection::sendRequest(const UrlRequest& request) {
 
 void MyUrlConnection::RunTransfer(Transfer* raw) {
     const std::unique_ptr<Transfer> transfer(raw);
-    const CURLcode result = Drive(transfer->easy, m_cancelTask);
+    const CURLcode result = DriveUntilDoneOrCancelled(transfer->easy, m_cancelTask);
     long status = 0;
     curl_easy_getinfo(transfer->easy, CURLINFO_RESPONSE_CODE, &status);
 

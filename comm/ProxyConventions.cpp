@@ -17,7 +17,7 @@ std::string Lowered(std::string text) {
     return text;
 }
 
-bool AllOf(const std::string& text, const char* allowed) {
+bool ConsistsOf(const std::string& text, const char* allowed) {
     return text.find_first_not_of(allowed) == std::string::npos;
 }
 
@@ -67,14 +67,14 @@ void SplitHostPort(const std::string& authority, std::string& host, std::string&
     port = colon == std::string::npos ? "" : authority.substr(colon + 1);
 }
 
-std::optional<std::uint32_t> IPv4(const std::string& text) {
+std::optional<std::uint32_t> ParseIPv4(const std::string& text) {
     const std::vector<std::string> numbers = TextPieces::Split(text, '.');
     if (numbers.size() != 4) {
         return std::nullopt;
     }
     std::uint32_t address = 0;
     for (const std::string& number : numbers) {
-        if (number.empty() || number.size() > 3 || !AllOf(number, "0123456789") ||
+        if (number.empty() || number.size() > 3 || !ConsistsOf(number, "0123456789") ||
             std::atoi(number.c_str()) > 255) {
             return std::nullopt;
         }
@@ -104,11 +104,11 @@ std::vector<std::string> LastNumberPrefixes(unsigned lo, unsigned hi) {
 std::optional<std::vector<std::string>> CidrPrefixes(const std::string& entry) {
     const std::size_t slash = entry.find('/');
     const std::string bitsText = slash == std::string::npos ? "" : entry.substr(slash + 1);
-    if (bitsText.empty() || bitsText.size() > 2 || !AllOf(bitsText, "0123456789")) {
+    if (bitsText.empty() || bitsText.size() > 2 || !ConsistsOf(bitsText, "0123456789")) {
         return std::nullopt;
     }
     const int bits = std::atoi(bitsText.c_str());
-    const std::optional<std::uint32_t> address = IPv4(entry.substr(0, slash));
+    const std::optional<std::uint32_t> address = ParseIPv4(entry.substr(0, slash));
     if (!address || bits > 32) {
         return std::nullopt;
     }
@@ -160,11 +160,11 @@ std::optional<ProxyAddress> ParseProxy(const std::string& written) {
     SplitHostPort(authority, host, port);
     const char* hostCharacters =
         "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789.-_[]:%";
-    if (!KnownScheme(scheme) || host.empty() || !AllOf(host, hostCharacters)) {
+    if (!KnownScheme(scheme) || host.empty() || !ConsistsOf(host, hostCharacters)) {
         return std::nullopt;
     }
     proxy.host = scheme == "http" ? host : scheme + "://" + host;
-    const bool numeric = !port.empty() && port.size() < 10 && AllOf(port, "0123456789");
+    const bool numeric = !port.empty() && port.size() < 10 && ConsistsOf(port, "0123456789");
     proxy.port = numeric ? std::atoll(port.c_str()) : DefaultPort(scheme);
     return proxy;
 }
@@ -204,7 +204,7 @@ std::vector<std::string> TranslateExceptions(const std::vector<std::string>& ent
 
 bool HasNameEntries(const std::vector<std::string>& entries) {
     return std::any_of(entries.begin(), entries.end(), [](const std::string& entry) {
-        return entry.find(':') == std::string::npos && !AllOf(entry, "0123456789.*");
+        return entry.find(':') == std::string::npos && !ConsistsOf(entry, "0123456789.*");
     });
 }
 

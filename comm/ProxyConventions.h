@@ -24,9 +24,11 @@ struct ProxyAddress {
     // The port as written, or curl's default for the scheme (1080, or 443
     // for https) when there is none or it is not a number.
     long long port = 0;
-    // Credentials from "user:password@", percent-decoded; kept apart.
+    // The user of "user:password@", percent-decoded; kept apart.
     std::string user;
+    // The password of "user:password@", percent-decoded; kept apart.
     std::string password;
+    // Whether the proxy was written with "user:password@" (or "user@").
     bool hasCredentials = false;
 };
 

@@ -13,8 +13,11 @@ namespace Url {
 
 // A URL's scheme, host and port text, each empty when the URL has none.
 struct Parts {
+    // The scheme, exactly as written ("HTTP").
     std::string scheme;
+    // The host without user information, port or IPv6 brackets ("::1").
     std::string host;
+    // The port as written ("8080").
     std::string port;
 };
 

@@ -22,7 +22,9 @@ std::optional<int> ReachabilityFlagsFor(const std::string& host);
 
 // A host as found: its first address as text and its name.
 struct HostInfo {
+    // The first address as text ("127.0.0.1", "::1").
     std::string address;
+    // The canonical name, or the address text when there is none.
     std::string name;
 };
 
@@ -47,12 +49,16 @@ enum class ProxySource { Desktop, Environment };
 // Credentials for a proxy; they never enter the settings above, so they
 // cannot reach a command line or a log through them.
 struct ProxyCredentials {
+    // The user name.
     std::string user;
+    // The password; never logged.
     std::string password;
 };
 // The credentials of the HTTP and of the HTTPS proxy, each when it has any.
 struct ProxyAccounts {
+    // The HTTP proxy's credentials.
     std::optional<ProxyCredentials> http;
+    // The HTTPS proxy's credentials.
     std::optional<ProxyCredentials> https;
 };
 

@@ -107,7 +107,8 @@ void AddEnvironmentProxy(ProxySettings& settings, std::optional<ProxyCredentials
     }
 }
 
-std::string FirstSet(const char* lower, const char* upper) {
+// The value of `lower`, else of `upper` (when given); empty counts as unset.
+std::string FirstSetVariable(const char* lower, const char* upper) {
     const std::string value = Environment(lower);
     return value.empty() && upper != nullptr ? Environment(upper) : value;
 }
@@ -115,9 +116,10 @@ std::string FirstSet(const char* lower, const char* upper) {
 ProxySettings FromEnvironment(ProxyAccounts& accounts) {
     ProxySettings settings;
     // The variables curl itself honours: http_proxy only in lower case.
-    AddEnvironmentProxy(settings, accounts.http, "HTTP", FirstSet("http_proxy", nullptr));
-    AddEnvironmentProxy(settings, accounts.https, "HTTPS", FirstSet("https_proxy", "HTTPS_PROXY"));
-    const std::string noProxy = FirstSet("no_proxy", "NO_PROXY");
+    AddEnvironmentProxy(settings, accounts.http, "HTTP", FirstSetVariable("http_proxy", nullptr));
+    AddEnvironmentProxy(settings, accounts.https, "HTTPS",
+                        FirstSetVariable("https_proxy", "HTTPS_PROXY"));
+    const std::string noProxy = FirstSetVariable("no_proxy", "NO_PROXY");
     if (ProxyConventions::ExemptsEverything(noProxy)) {
         for (const char* key : {"HTTPEnable", "HTTPSEnable"}) {
             if (settings.count(key) != 0) {

@@ -65,10 +65,10 @@ bool CreateTransferFiles(const std::string& folder, const std::string& document,
         responsePath = folder + "response-" + number + ".xml";
         requestPath = folder + "request-" + number + ".xml";
         const Process::NewFile request = Process::CreatePrivateFileWith(requestPath, document);
-        if (request != Process::NewFile::Created) {
-            if (request == Process::NewFile::NameTaken) {
-                continue;
-            }
+        if (request == Process::NewFile::NameTaken) {
+            continue;
+        }
+        if (request == Process::NewFile::Failed) {
             return false; // half a document is never sent
         }
         const Process::NewFile response = Process::CreatePrivateFileWith(responsePath, "");

@@ -37,7 +37,9 @@ int CommunicationLibrary::PostDocument(const fn::fn_wstring& url, const fn::fn_w
     const int result = curl ? PostWithCurl(utf8Url, utf8Document, reply)
                             : PostWithUrlLoading(utf8Url, utf8Document, reply);
     if (result == PostOk) {
-        Utils::LogMessage("Server response" + reply); // no separator, as the log has always read
+        // No separator, deliberately: support staff's log searches rely on
+        // the line as it has always read.
+        Utils::LogMessage("Server response" + reply);
     }
     return result;
 }

@@ -22,6 +22,7 @@
 // The transport's interface.
 class QUORVEL_EXPORT ICommunicationLibrary {
 public:
+    // Destroyed through the interface.
     virtual ~ICommunicationLibrary() = default;
 
     // True when the product's server is reachable without first setting up a
@@ -52,6 +53,7 @@ public:
         PostTransferFailed = 4,
     };
 
+    // A transport; it keeps no state beyond its lock.
     CommunicationLibrary() = default;
     ~CommunicationLibrary() override = default;
 
@@ -109,14 +111,13 @@ public:
     // in curl's -x option), or directly when it is empty. The credentials
     // serve URL-loading mode only; curl mode's command line has none.
     struct ProxyRoute {
-        // "host:port" of the proxy (scheme in front when not plain http), or
-        // empty for a direct connection.
+        // "host:port", or empty for a direct connection.
         std::string proxy;
-        // The proxy's user name, when the settings give one.
+        // The proxy's user name, when `hasCredentials`.
         std::string user;
-        // The proxy's password, when the settings give one.
+        // The proxy's password, when `hasCredentials`; never logged.
         std::string password;
-        // True when `user` and `password` are to be sent to the proxy.
+        // Whether the proxy takes credentials.
         bool hasCredentials = false;
     };
 
@@ -142,7 +143,10 @@ public:
     std::string EncodeFormValue(const std::string& text);
 
 private:
+    // The configured proxy as "host:port", the HTTPS setting first; into
+    // `route`, when given, also its credentials. "" when neither is set.
     std::string ConfiguredProxy(ProxyRoute* route);
+    // The setting under the three keys, with the contract of GetHTTPProxySetting.
     bool GetProxySetting(const char* enableKey, const char* hostKey, const char* portKey,
                          char* host, unsigned long size, unsigned short* port);
     int PostWithUrlLoading(const std::string& url, const std::string& document, std::string& reply);

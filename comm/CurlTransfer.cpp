@@ -1,8 +1,5 @@
 // Curl mode: the document goes through a file and the /usr/bin/curl tool.
-#include <unistd.h>
-
 #include <atomic>
-#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
@@ -56,32 +53,30 @@ std::string ReadReply(std::FILE* file) {
     }
 }
 
-// The request and response files of one transfer, both created new and
-// private. A number whose names are taken (another process drew it in the
-// same second) gives way to the next one the generator draws.
-bool CreateTransferFiles(const std::string& folder, int& requestFd, std::string& requestPath,
-                         std::string& responsePath) {
+// The request file (holding `document`) and the empty response file of one
+// transfer, both created new and private; the response file is made here so
+// that curl writes into our private file. A number whose names are taken
+// (another process drew it in the same second) gives way to the next one the
+// generator draws.
+bool CreateTransferFiles(const std::string& folder, const std::string& document,
+                         std::string& requestPath, std::string& responsePath) {
     for (int attempt = 0; attempt < kNameAttempts; ++attempt) {
         const std::string number = Utils::int2string(std::rand());
         responsePath = folder + "response-" + number + ".xml";
         requestPath = folder + "request-" + number + ".xml";
-        requestFd = Process::CreateNewPrivateFile(requestPath);
-        if (requestFd < 0) {
-            if (errno == EEXIST) {
-                continue;
-            }
-            return false;
+        const Process::NewFile request = Process::CreatePrivateFileWith(requestPath, document);
+        if (request == Process::NewFile::NameTaken) {
+            continue;
         }
-        // Made empty here so that curl writes into our private file.
-        const int responseFd = Process::CreateNewPrivateFile(responsePath);
-        if (responseFd >= 0) {
-            close(responseFd);
+        if (request == Process::NewFile::Failed) {
+            return false; // half a document is never sent
+        }
+        const Process::NewFile response = Process::CreatePrivateFileWith(responsePath, "");
+        if (response == Process::NewFile::Created) {
             return true;
         }
-        const int error = errno;
-        close(requestFd);
-        unlink(requestPath.c_str());
-        if (error != EEXIST) {
+        std::remove(requestPath.c_str());
+        if (response == Process::NewFile::Failed) {
             return false;
         }
     }
@@ -99,21 +94,15 @@ int CommunicationLibrary::PostWithCurl(const std::string& url, const std::string
     }
     const int counter = ++gRequestCounter;
     std::srand(static_cast<unsigned>(counter + std::time(nullptr)));
-    int requestFd = -1;
     std::string requestPath, responsePath;
     // Without the temporary folder the files would land in "/", which only
     // root could write: fail as the file open always failed for users.
-    if (temporary.empty() || !CreateTransferFiles(folder, requestFd, requestPath, responsePath)) {
+    if (temporary.empty() || !CreateTransferFiles(folder, document, requestPath, responsePath)) {
         Utils::LogMessage(fn::fn_wstring(L"curlexec err,file = nil"));
         return PostTransferFailed;
     }
-    // Half a document is never sent: a short write fails the post instead.
-    if (!Process::WriteWholeAndClose(requestFd, document)) {
-        unlink(requestPath.c_str());
-        Utils::LogMessage(fn::fn_wstring(L"curlexec err,file = nil"));
-        return PostTransferFailed;
-    }
-    // Both files stay behind after the transfer, deliberately.
+    // Both files stay behind after the transfer, deliberately: support staff
+    // read them to see what was sent and what came back.
     return CurlExternSecureDownload(url, requestPath, responsePath, reply);
 }
 
@@ -128,21 +117,22 @@ std::string CommunicationLibrary::CurlProxyOption(const std::string& url) {
 
 int CommunicationLibrary::CurlExternSecureDownload(std::string url, std::string requestPath,
                                                    std::string responsePath, std::string& reply) {
-    // Built exactly as it always was: the doubled blanks are deliberate, and
-    // the URL and proxy are unquoted, so callers must pass trusted URLs.
+    // Built exactly as it always was, doubled blanks included, deliberately:
+    // support staff compare the logged line with what older releases logged.
+    // The URL and proxy are unquoted, so callers must pass trusted URLs.
     const std::string commandLine =
         "/usr/bin/curl  --url " + url + " --connect-timeout " + Utils::int2string(DEFAULT_TIMEOUT) +
         " -m " + Utils::int2string(TRANSFER_TIMEOUT) + " -f  -s --data-binary @\"" + requestPath +
         "\" -o \"" + responsePath + "\" -H \"Content-Type: text/xml\"" +
         " -H \"User-Agent: Quorvel\"" + CurlProxyOption(url);
     Utils::LogMessage("curl command line: \n" + commandLine);
-    const int status = Process::RunShellCommand(commandLine);
-    if (status != 0) {
-        Utils::LogMessage(fn::fn_wstring(L"curlerrcode original:"), status);
-        const int exitCode = status >> 8;
-        Utils::LogMessage(fn::fn_wstring(L"curlerrcode:"), exitCode);
-        return IsSecureConnectionFailure(exitCode) ? PostSecureConnectionFailed
-                                                   : PostTransferFailed;
+    const Process::ShellStatus status = Process::RunShellCommand(commandLine);
+    if (status.waitStatus != 0) {
+        // A curl ended by a signal has exit code 0 here and fails the transfer.
+        Utils::LogMessage(fn::fn_wstring(L"curlerrcode original:"), status.waitStatus);
+        Utils::LogMessage(fn::fn_wstring(L"curlerrcode:"), status.exitCode);
+        return IsSecureConnectionFailure(status.exitCode) ? PostSecureConnectionFailed
+                                                          : PostTransferFailed;
     }
     std::FILE* response = std::fopen(responsePath.c_str(), "rb");
     std::string received;
@@ -152,6 +142,9 @@ int CommunicationLibrary::CurlExternSecureDownload(std::string url, std::string 
     } else {
         Utils::LogMessage(fn::fn_wstring(L"curlexec err,file = nil"));
     }
-    reply = received; // a missing response file gives an empty reply and PostOk, deliberately
+    // A missing response file gives an empty reply and PostOk, deliberately:
+    // curl delivered the document, and callers that only post (an empty
+    // reply is normal for them) count that as done.
+    reply = received;
     return PostOk;
 }

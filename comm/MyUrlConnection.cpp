@@ -2,8 +2,9 @@
 
 #include <curl/curl.h>
 
-#include <cstdlib>
 #include <memory>
+
+#include "utils/platform/Platform.h"
 
 namespace {
 
@@ -28,9 +29,9 @@ std::size_t CollectBody(char* data, std::size_t size, std::size_t count, void* t
     return size * count;
 }
 
+// A variable's value; unset and empty count alike.
 std::string Environment(const char* name) {
-    const char* value = std::getenv(name);
-    return value != nullptr ? value : "";
+    return Platform::EnvironmentVariable(name).value_or("");
 }
 
 // The CA certificates as the curl tool finds them: CURL_CA_BUNDLE alone when
@@ -65,7 +66,7 @@ void SetProxy(CURL* easy, const UrlRequest& request) {
 
 // Drives the easy handle until it ends or the caller cancels. A failing
 // multi call ends the transfer at once rather than spinning to the deadline.
-CURLcode Drive(CURL* easy, const std::atomic<bool>& cancel) {
+CURLcode DriveUntilDoneOrCancelled(CURL* easy, const std::atomic<bool>& cancel) {
     CURLM* multi = curl_multi_init();
     if (multi == nullptr) {
         return CURLE_OUT_OF_MEMORY;
@@ -177,7 +178,7 @@ bool MyUrlConnection::sendRequest(const UrlRequest& request) {
 
 void MyUrlConnection::RunTransfer(Transfer* raw) {
     const std::unique_ptr<Transfer> transfer(raw);
-    const CURLcode result = Drive(transfer->easy, m_cancelTask);
+    const CURLcode result = DriveUntilDoneOrCancelled(transfer->easy, m_cancelTask);
     long status = 0;
     curl_easy_getinfo(transfer->easy, CURLINFO_RESPONSE_CODE, &status);
 

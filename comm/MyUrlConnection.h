@@ -9,9 +9,9 @@
 // is the request's alone: libcurl reads no proxy variable of its own. CA
 // certificates come from CURL_CA_BUNDLE, else SSL_CERT_FILE and
 // SSL_CERT_DIR, as the curl tool reads them, else the system store. A
-// connection object
-// lives for one transfer, and its worker never outlives it: destroying the
-// object cancels a transfer still under way and joins the worker.
+// connection object lives for one transfer, and its worker never outlives
+// it: destroying the object cancels a transfer still under way and joins
+// the worker.
 #pragma once
 
 #include <atomic>
@@ -36,12 +36,15 @@ struct UrlRequest {
     std::vector<std::pair<std::string, std::string>> headers;
     // The request body, sent as it is.
     std::string body;
-    double timeoutInterval = 60.0; // connection timeout, seconds
-    std::string proxy;             // "host:port", or empty for a direct connection
-    bool proxyCredentials = false; // send proxyUser and proxyPassword to the proxy
-    // The user name sent to the proxy when `proxyCredentials` is set.
+    // The connection timeout in seconds.
+    double timeoutInterval = 60.0;
+    // The proxy as "host:port", or empty for a direct connection.
+    std::string proxy;
+    // Whether proxyUser and proxyPassword are sent to the proxy.
+    bool proxyCredentials = false;
+    // The user name the proxy is given.
     std::string proxyUser;
-    // The password sent to the proxy when `proxyCredentials` is set.
+    // The password the proxy is given; never logged.
     std::string proxyPassword;
 };
 
@@ -57,7 +60,9 @@ public:
     // A connection whose transfer may last `timeout` seconds (60 when less
     // than 1).
     explicit MyUrlConnection(int timeout);
+    // Cancels a transfer still under way and joins its worker.
     ~MyUrlConnection();
+    // Not copyable: the worker thread refers to this very object.
     MyUrlConnection(const MyUrlConnection&) = delete;
     MyUrlConnection& operator=(const MyUrlConnection&) = delete;
 
@@ -69,7 +74,8 @@ public:
     // the timer fires (nullopt). The timeout test comes first at every wake.
     std::optional<std::string> wait();
 
-    // The transfer's end as the completion reports it.
+    // The transfer's failure as the completion reports it (`sender` and
+    // `error` are not read): marks it done, stops its timer, drops the data.
     void connectionDidFailWithError(const void* sender, const std::string* error);
     // Appends `data` to the reply received so far.
     void connectionDidReceiveData(const void* sender, const std::string& data);

@@ -5,14 +5,10 @@
 #include <cstdint>
 #include <cstdlib>
 
+#include "utils/TextPieces.h"
+
 namespace ProxyConventions {
 namespace {
-
-std::string Trimmed(const std::string& text) {
-    const std::size_t first = text.find_first_not_of(" \t\r\n");
-    const std::size_t last = text.find_last_not_of(" \t\r\n");
-    return first == std::string::npos ? "" : text.substr(first, last - first + 1);
-}
 
 std::string Lowered(std::string text) {
     for (char& c : text) {
@@ -21,7 +17,7 @@ std::string Lowered(std::string text) {
     return text;
 }
 
-bool AllOf(const std::string& text, const char* allowed) {
+bool ConsistsOf(const std::string& text, const char* allowed) {
     return text.find_first_not_of(allowed) == std::string::npos;
 }
 
@@ -71,18 +67,18 @@ void SplitHostPort(const std::string& authority, std::string& host, std::string&
     port = colon == std::string::npos ? "" : authority.substr(colon + 1);
 }
 
-std::optional<std::uint32_t> IPv4(const std::string& text) {
+std::optional<std::uint32_t> ParseIPv4(const std::string& text) {
+    const std::vector<std::string> numbers = TextPieces::Split(text, '.');
+    if (numbers.size() != 4) {
+        return std::nullopt;
+    }
     std::uint32_t address = 0;
-    std::size_t start = 0;
-    for (int i = 0; i < 4; ++i) {
-        const std::size_t end = i < 3 ? text.find('.', start) : text.size();
-        const std::string part = text.substr(start, end == std::string::npos ? end : end - start);
-        if (part.empty() || part.size() > 3 || !AllOf(part, "0123456789") ||
-            std::atoi(part.c_str()) > 255 || end == std::string::npos) {
+    for (const std::string& number : numbers) {
+        if (number.empty() || number.size() > 3 || !ConsistsOf(number, "0123456789") ||
+            std::atoi(number.c_str()) > 255) {
             return std::nullopt;
         }
-        address = address << 8 | static_cast<std::uint32_t>(std::atoi(part.c_str()));
-        start = end + 1;
+        address = address << 8 | static_cast<std::uint32_t>(std::atoi(number.c_str()));
     }
     return address;
 }
@@ -108,11 +104,11 @@ std::vector<std::string> LastNumberPrefixes(unsigned lo, unsigned hi) {
 std::optional<std::vector<std::string>> CidrPrefixes(const std::string& entry) {
     const std::size_t slash = entry.find('/');
     const std::string bitsText = slash == std::string::npos ? "" : entry.substr(slash + 1);
-    if (bitsText.empty() || bitsText.size() > 2 || !AllOf(bitsText, "0123456789")) {
+    if (bitsText.empty() || bitsText.size() > 2 || !ConsistsOf(bitsText, "0123456789")) {
         return std::nullopt;
     }
     const int bits = std::atoi(bitsText.c_str());
-    const std::optional<std::uint32_t> address = IPv4(entry.substr(0, slash));
+    const std::optional<std::uint32_t> address = ParseIPv4(entry.substr(0, slash));
     if (!address || bits > 32) {
         return std::nullopt;
     }
@@ -143,7 +139,7 @@ std::optional<std::vector<std::string>> CidrPrefixes(const std::string& entry) {
 } // namespace
 
 std::optional<ProxyAddress> ParseProxy(const std::string& written) {
-    std::string text = Trimmed(written);
+    std::string text = TextPieces::Trim(written);
     std::string scheme = "http";
     if (const std::size_t mark = text.find("://"); mark != std::string::npos) {
         scheme = Lowered(text.substr(0, mark));
@@ -164,35 +160,21 @@ std::optional<ProxyAddress> ParseProxy(const std::string& written) {
     SplitHostPort(authority, host, port);
     const char* hostCharacters =
         "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789.-_[]:%";
-    if (!KnownScheme(scheme) || host.empty() || !AllOf(host, hostCharacters)) {
+    if (!KnownScheme(scheme) || host.empty() || !ConsistsOf(host, hostCharacters)) {
         return std::nullopt;
     }
     proxy.host = scheme == "http" ? host : scheme + "://" + host;
-    const bool numeric = !port.empty() && port.size() < 10 && AllOf(port, "0123456789");
+    const bool numeric = !port.empty() && port.size() < 10 && ConsistsOf(port, "0123456789");
     proxy.port = numeric ? std::atoll(port.c_str()) : DefaultPort(scheme);
     return proxy;
 }
 
 bool ExemptsEverything(const std::string& noProxy) {
-    return Trimmed(noProxy) == "*";
-}
-
-std::vector<std::string> SplitList(const std::string& text) {
-    std::vector<std::string> entries;
-    std::size_t start = 0;
-    while (start <= text.size()) {
-        const std::size_t comma = std::min(text.find(',', start), text.size());
-        const std::string entry = Trimmed(text.substr(start, comma - start));
-        if (!entry.empty()) {
-            entries.push_back(entry);
-        }
-        start = comma + 1;
-    }
-    return entries;
+    return TextPieces::Trim(noProxy) == "*";
 }
 
 std::vector<std::string> TranslateException(const std::string& written) {
-    const std::string entry = Trimmed(written);
+    const std::string entry = TextPieces::Trim(written);
     if (entry.compare(0, 2, "*.") == 0) {
         return {entry.substr(1)};
     }
@@ -222,7 +204,7 @@ std::vector<std::string> TranslateExceptions(const std::vector<std::string>& ent
 
 bool HasNameEntries(const std::vector<std::string>& entries) {
     return std::any_of(entries.begin(), entries.end(), [](const std::string& entry) {
-        return entry.find(':') == std::string::npos && !AllOf(entry, "0123456789.*");
+        return entry.find(':') == std::string::npos && !ConsistsOf(entry, "0123456789.*");
     });
 }
 

@@ -24,9 +24,11 @@ struct ProxyAddress {
     // The port as written, or curl's default for the scheme (1080, or 443
     // for https) when there is none or it is not a number.
     long long port = 0;
-    // Credentials from "user:password@", percent-decoded; kept apart.
+    // The user of "user:password@", percent-decoded; kept apart.
     std::string user;
+    // The password of "user:password@", percent-decoded; kept apart.
     std::string password;
+    // Whether the proxy was written with "user:password@" (or "user@").
     bool hasCredentials = false;
 };
 
@@ -39,9 +41,6 @@ std::optional<ProxyAddress> ParseProxy(const std::string& text);
 
 // True when a no_proxy value turns proxies off for every host ("*").
 bool ExemptsEverything(const std::string& noProxy);
-
-// Splits a comma-separated list; entries trimmed of blanks, empty ones dropped.
-std::vector<std::string> SplitList(const std::string& text);
 
 // One exceptions entry in the forms the decision matches: an IPv4 CIDR block
 // becomes the address prefixes covering it ("10.0.0.0/12" gives "10.0." to

@@ -6,6 +6,8 @@
 #include "comm/CommunicationLibrary.h"
 #include "comm/ProxyConventions.h"
 #include "comm/ProxyExceptions.h"
+#include "comm/ProxySetting.h"
+#include "comm/UrlParts.h"
 #include "comm/platform/Network.h"
 #include "utils/Conversions.h"
 #include "utils/DiagnosticLog.h"
@@ -54,7 +56,9 @@ bool ProxyExceptions::Exempts(const std::vector<std::string>& exceptions,
         if (host.name.size() == entry.size()) {
             return true;
         }
-        // Deliberate: "*.example.com" exempts nothing in this pass.
+        // Deliberately "*.example.com" exempts nothing in this pass: lists
+        // written for older releases rely on it, and GNOME's "*.domain"
+        // reaches this pass already translated (ProxyConventions).
         const std::string domain = entry.compare(0, 1, ".") == 0 ? entry : "." + entry;
         if (EndsWith(host.name, domain)) {
             return true;
@@ -68,7 +72,7 @@ bool CommunicationLibrary::IsConnectionUp() {
 }
 
 bool CommunicationLibrary::IsOSXConnectionUp(const fn::fn_wstring& url) {
-    const std::string host = Network::ParseUrl(Utils::wstring2utf8(url)).host;
+    const std::string host = Url::Split(Utils::wstring2utf8(url)).host;
     const std::optional<int> flags = Network::ReachabilityFlagsFor(host);
     const int mask = Network::Reachable | Network::ConnectionRequired;
     return flags && (*flags & mask) == Network::Reachable;
@@ -78,14 +82,15 @@ bool CommunicationLibrary::IsProxyRequiredFor(const char* url) {
     if (url == nullptr) {
         return false;
     }
-    const Network::UrlParts parts = Network::ParseUrl(url);
+    const Url::Parts parts = Url::Split(url);
     const Network::ProxySettings settings = Network::CopyProxies();
     const char* enableKey = parts.scheme == "http"    ? "HTTPEnable"
                             : parts.scheme == "https" ? "HTTPSEnable"
                                                       : nullptr;
     if (enableKey == nullptr) {
         Utils::LogMessage(
-            fn::fn_wstring(L"Commlib, eronate url sheme, not HTTP or HTTPS")); // spelling kept
+            // Misspelt deliberately: support staff search logs for this line.
+            fn::fn_wstring(L"Commlib, eronate url sheme, not HTTP or HTTPS"));
         return false;
     }
     const std::optional<int> enabled = IntValue(settings, enableKey);
@@ -103,7 +108,9 @@ bool CommunicationLibrary::IsProxyRequiredFor(const char* url) {
     if (!host) {
         host = Network::HostByName(parts.host);
     }
-    // Deliberate: an unusable list or an unknown host means no proxy.
+    // Deliberately an unusable list or an unknown host means no proxy:
+    // networks set up for older releases, which never sent such hosts to
+    // the proxy, rely on the direct attempt.
     if (list == nullptr || !host) {
         return false;
     }
@@ -135,7 +142,7 @@ bool CommunicationLibrary::GetProxySetting(const char* enableKey, const char* ho
     const bool fits = name != nullptr && host != nullptr && name->size() < size;
     if (enabled && *enabled != 0 && ascii && fits && portNumber && port != nullptr) {
         std::memcpy(host, name->c_str(), name->size() + 1);
-        *port = static_cast<unsigned short>(*portNumber); // its low 16 bits, as always
+        *port = static_cast<unsigned short>(*portNumber); // its low 16 bits
         return true;
     }
     if (host != nullptr && size > 0) {
@@ -147,16 +154,27 @@ bool CommunicationLibrary::GetProxySetting(const char* enableKey, const char* ho
     return false;
 }
 
-std::string CommunicationLibrary::ConfiguredProxy(ProxyRoute* route) {
+std::string ProxySetting::HostAndPort(CommunicationLibrary& library, Scheme scheme) {
     char host[150];
     unsigned short port = 0;
-    // The HTTPS proxy is preferred whatever the URL's scheme, deliberately
-    // (curl mode always chose so, and URL-loading mode takes the same route).
-    const bool https = GetHTTPSProxySetting(host, sizeof host, &port);
-    if (!https && !GetHTTPProxySetting(host, sizeof host, &port)) {
+    const bool set = scheme == Scheme::Https
+                         ? library.GetHTTPSProxySetting(host, sizeof host, &port)
+                         : library.GetHTTPProxySetting(host, sizeof host, &port);
+    return set ? std::string(host) + ":" + Utils::int2string(port) : "";
+}
+
+std::string CommunicationLibrary::ConfiguredProxy(ProxyRoute* route) {
+    // The HTTPS proxy is preferred whatever the URL's scheme, deliberately:
+    // proxies set up for curl mode, which always chose so, rely on it, and
+    // URL-loading mode takes the same route.
+    std::string proxy = ProxySetting::HostAndPort(*this, ProxySetting::Scheme::Https);
+    const bool https = !proxy.empty();
+    if (!https) {
+        proxy = ProxySetting::HostAndPort(*this, ProxySetting::Scheme::Http);
+    }
+    if (proxy.empty()) {
         return "";
     }
-    const std::string proxy = std::string(host) + ":" + Utils::int2string(port);
     if (route != nullptr) {
         Network::ProxyAccounts accounts;
         Network::CopyProxies(nullptr, &accounts);

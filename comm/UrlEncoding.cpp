@@ -47,7 +47,7 @@ std::string CommunicationLibrary::EncodeFormValue(const std::string& text) {
         } else if (byte == ' ') {
             out += '+';
         } else if (IsKept(byte)) {
-            out += c; // a "+" stays a "+", deliberately
+            out += c; // a "+" stays, deliberately: the servers rely on it as sent
         } else {
             AppendEscaped(out, byte);
         }

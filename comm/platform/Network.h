@@ -1,6 +1,7 @@
-// The operating-system seam of the transport: URL parts, host lookup,
-// reachability and the system proxy settings. The transport's decisions are
-// made above this seam; here only the raw answers are found.
+// The operating-system seam of the transport: host lookup, reachability and
+// the system proxy settings. The transport's decisions are made above this
+// seam; here only the raw answers are found, through getaddrinfo,
+// getnameinfo, a UDP socket, GIO's settings and the environment.
 #pragma once
 
 #include <map>
@@ -10,16 +11,6 @@
 #include <vector>
 
 namespace Network {
-
-// The scheme exactly as written ("HTTP" stays "HTTP"), the host (user info
-// and IPv6 brackets removed) and the port text of a URL. Empty parts when
-// the URL has none.
-struct UrlParts {
-    std::string scheme;
-    std::string host;
-    std::string port;
-};
-UrlParts ParseUrl(const std::string& url);
 
 // Reachability flags, as the transport reads them.
 enum ReachabilityFlag : int { Reachable = 2, ConnectionRequired = 4 };
@@ -31,7 +22,9 @@ std::optional<int> ReachabilityFlagsFor(const std::string& host);
 
 // A host as found: its first address as text and its name.
 struct HostInfo {
+    // The first address as text ("127.0.0.1", "::1").
     std::string address;
+    // The canonical name, or the address text when there is none.
     std::string name;
 };
 
@@ -47,6 +40,7 @@ std::optional<HostInfo> HostByName(const std::string& text);
 // One value of the proxy settings: a number, a string or a list of strings.
 // Keeping the types lets a value of the wrong type count as absent.
 using ProxyValue = std::variant<long long, std::string, std::vector<std::string>>;
+// The settings by key (see `CopyProxies`).
 using ProxySettings = std::map<std::string, ProxyValue>;
 
 // Where the settings came from.
@@ -55,11 +49,16 @@ enum class ProxySource { Desktop, Environment };
 // Credentials for a proxy; they never enter the settings above, so they
 // cannot reach a command line or a log through them.
 struct ProxyCredentials {
+    // The user name.
     std::string user;
+    // The password; never logged.
     std::string password;
 };
+// The credentials of the HTTP and of the HTTPS proxy, each when it has any.
 struct ProxyAccounts {
+    // The HTTP proxy's credentials.
     std::optional<ProxyCredentials> http;
+    // The HTTPS proxy's credentials.
     std::optional<ProxyCredentials> https;
 };
 

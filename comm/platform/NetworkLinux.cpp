@@ -1,6 +1,8 @@
 #include "comm/platform/Network.h"
 
 #include "comm/ProxyConventions.h"
+#include "utils/TextPieces.h"
+#include "utils/platform/Platform.h"
 
 #include <arpa/inet.h>
 #include <gio/gio.h>
@@ -8,10 +10,8 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <cctype>
 #include <chrono>
 #include <condition_variable>
-#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <mutex>
@@ -88,8 +88,7 @@ std::optional<std::string> ReverseName(const addrinfo& address, std::chrono::mil
 }
 
 std::string Environment(const char* name) {
-    const char* value = std::getenv(name);
-    return value != nullptr ? value : "";
+    return Platform::EnvironmentVariable(name).value_or("");
 }
 
 // Adds <prefix>Enable/Proxy/Port for a proxy variable; one that cannot be
@@ -108,7 +107,8 @@ void AddEnvironmentProxy(ProxySettings& settings, std::optional<ProxyCredentials
     }
 }
 
-std::string FirstSet(const char* lower, const char* upper) {
+// The value of `lower`, else of `upper` (when given); empty counts as unset.
+std::string FirstSetVariable(const char* lower, const char* upper) {
     const std::string value = Environment(lower);
     return value.empty() && upper != nullptr ? Environment(upper) : value;
 }
@@ -116,9 +116,10 @@ std::string FirstSet(const char* lower, const char* upper) {
 ProxySettings FromEnvironment(ProxyAccounts& accounts) {
     ProxySettings settings;
     // The variables curl itself honours: http_proxy only in lower case.
-    AddEnvironmentProxy(settings, accounts.http, "HTTP", FirstSet("http_proxy", nullptr));
-    AddEnvironmentProxy(settings, accounts.https, "HTTPS", FirstSet("https_proxy", "HTTPS_PROXY"));
-    const std::string noProxy = FirstSet("no_proxy", "NO_PROXY");
+    AddEnvironmentProxy(settings, accounts.http, "HTTP", FirstSetVariable("http_proxy", nullptr));
+    AddEnvironmentProxy(settings, accounts.https, "HTTPS",
+                        FirstSetVariable("https_proxy", "HTTPS_PROXY"));
+    const std::string noProxy = FirstSetVariable("no_proxy", "NO_PROXY");
     if (ProxyConventions::ExemptsEverything(noProxy)) {
         for (const char* key : {"HTTPEnable", "HTTPSEnable"}) {
             if (settings.count(key) != 0) {
@@ -127,7 +128,7 @@ ProxySettings FromEnvironment(ProxyAccounts& accounts) {
         }
     } else if (!noProxy.empty()) {
         settings["ExceptionsList"] =
-            ProxyConventions::TranslateExceptions(ProxyConventions::SplitList(noProxy));
+            ProxyConventions::TranslateExceptions(TextPieces::SplitTrimmed(noProxy, ','));
     }
     return settings;
 }
@@ -209,45 +210,6 @@ std::optional<ProxySettings> FromDesktop(ProxyAccounts& accounts) {
 }
 
 } // namespace
-
-UrlParts ParseUrl(const std::string& url) {
-    UrlParts parts;
-    std::size_t at = 0;
-    if (!url.empty() && std::isalpha(static_cast<unsigned char>(url[0]))) {
-        const std::size_t colon = url.find_first_not_of(
-            "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+.-");
-        if (colon != std::string::npos && url[colon] == ':') {
-            parts.scheme = url.substr(0, colon);
-            at = colon + 1;
-        }
-    }
-    if (url.compare(at, 2, "//") != 0) {
-        return parts; // no authority, so no host
-    }
-    std::string authority = url.substr(at + 2, url.find_first_of("/?#", at + 2) - (at + 2));
-    const std::size_t userEnd = authority.rfind('@');
-    if (userEnd != std::string::npos) {
-        authority.erase(0, userEnd + 1);
-    }
-    std::size_t portStart = std::string::npos;
-    if (!authority.empty() && authority[0] == '[') {
-        const std::size_t close = authority.find(']');
-        parts.host =
-            authority.substr(1, close == std::string::npos ? std::string::npos : close - 1);
-        if (close != std::string::npos && close + 1 < authority.size() &&
-            authority[close + 1] == ':') {
-            portStart = close + 2;
-        }
-    } else {
-        const std::size_t colon = authority.rfind(':');
-        parts.host = authority.substr(0, colon);
-        portStart = colon == std::string::npos ? colon : colon + 1;
-    }
-    if (portStart != std::string::npos) {
-        parts.port = authority.substr(portStart);
-    }
-    return parts;
-}
 
 std::optional<int> ReachabilityFlagsFor(const std::string& host) {
     const AddrInfo found = Resolve(host, 0);

@@ -10,6 +10,8 @@
 #include <cstring>
 #include <vector>
 
+#include "utils/platform/Platform.h"
+
 extern char** environ;
 
 namespace Process {
@@ -27,17 +29,9 @@ bool IsProxyVariable(const char* entry) {
     return false;
 }
 
-} // namespace
-
-int RunShellCommand(const std::string& commandLine) {
-    std::vector<char*> environment;
-    for (char** entry = environ; entry != nullptr && *entry != nullptr; ++entry) {
-        if (!IsProxyVariable(*entry)) {
-            environment.push_back(*entry);
-        }
-    }
-    environment.push_back(nullptr);
-    const char* arguments[] = {"sh", "-c", commandLine.c_str(), nullptr};
+// The wait status of `command` run by /bin/sh in `environment`.
+int SpawnShellAndWait(const std::string& command, std::vector<char*>& environment) {
+    const char* arguments[] = {"sh", "-c", command.c_str(), nullptr};
     pid_t child = -1;
     if (posix_spawn(&child, "/bin/sh", nullptr, nullptr, const_cast<char**>(arguments),
                     environment.data()) != 0) {
@@ -52,30 +46,58 @@ int RunShellCommand(const std::string& commandLine) {
     return status;
 }
 
-int CreateNewPrivateFile(const std::string& path) {
-    const int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
-    if (fd >= 0 && fchmod(fd, 0600) != 0) { // the umask may have taken bits away
-        const int error = errno;
-        close(fd);
-        unlink(path.c_str());
-        errno = error;
-        return -1;
-    }
-    return fd;
-}
-
-bool WriteWholeAndClose(int fd, const std::string& data) {
+bool WriteAll(int fd, const std::string& data) {
     std::size_t written = 0;
-    bool ok = true;
-    while (ok && written < data.size()) {
+    while (written < data.size()) {
         const ssize_t count = write(fd, data.data() + written, data.size() - written);
         if (count < 0 && errno == EINTR) {
             continue;
         }
-        ok = count > 0;
-        written += ok ? static_cast<std::size_t>(count) : 0;
+        if (count <= 0) {
+            return false;
+        }
+        written += static_cast<std::size_t>(count);
     }
-    return close(fd) == 0 && ok;
+    return true;
+}
+
+} // namespace
+
+ShellStatus DecodeWaitStatus(int waitStatus) {
+    ShellStatus decoded;
+    decoded.waitStatus = waitStatus;
+    if (WIFEXITED(waitStatus)) {
+        decoded.exitCode = WEXITSTATUS(waitStatus);
+    } else if (WIFSIGNALED(waitStatus)) {
+        decoded.exitCode = 0;
+        decoded.signal = WTERMSIG(waitStatus);
+    }
+    return decoded;
+}
+
+ShellStatus RunShellCommand(const std::string& commandLine) {
+    std::vector<char*> environment;
+    for (char** entry = environ; entry != nullptr && *entry != nullptr; ++entry) {
+        if (!IsProxyVariable(*entry)) {
+            environment.push_back(*entry);
+        }
+    }
+    environment.push_back(nullptr);
+    return DecodeWaitStatus(SpawnShellAndWait(commandLine, environment));
+}
+
+NewFile CreatePrivateFileWith(const std::string& path, const std::string& content) {
+    const int fd = Platform::CreatePrivateFile(path, O_EXCL);
+    if (fd < 0) {
+        return errno == EEXIST ? NewFile::NameTaken : NewFile::Failed;
+    }
+    // fchmod because the umask may have taken bits away from 0600.
+    const bool written = fchmod(fd, 0600) == 0 && WriteAll(fd, content);
+    if (close(fd) == 0 && written) {
+        return NewFile::Created;
+    }
+    unlink(path.c_str());
+    return NewFile::Failed;
 }
 
 } // namespace Process

@@ -68,7 +68,6 @@ TEST(ProxyConventions, ExceptionsAsTheDecisionMatchesThem) {
     for (const Case& c : cases) {
         EXPECT_EQ(ProxyConventions::TranslateException(c.written), c.translated) << c.written;
     }
-    EXPECT_EQ(ProxyConventions::SplitList(" a ,, b,\tc ,"), (List{"a", "b", "c"}));
     EXPECT_EQ(ProxyConventions::TranslateExceptions({"*.x.org", "127.0.0.0/8", ""}),
               (List{".x.org", "127."}));
     EXPECT_TRUE(ProxyConventions::ExemptsEverything(" * "));

@@ -1,5 +1,4 @@
 #include <gtest/gtest.h>
-#include <httplib.h>
 
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -8,10 +7,12 @@
 #include <chrono>
 #include <csignal>
 #include <filesystem>
+#include <set>
 #include <thread>
 
 #include "comm/CommunicationLibrary.h"
 #include "comm/MyUrlConnection.h"
+#include "comm/platform/Process.h"
 #include "tests/support/LoopbackServers.h"
 #include "tests/support/ProxyFixtures.h"
 #include "utils/Conversions.h"
@@ -38,14 +39,11 @@ protected:
         fs::create_directories(scratch / "TemporaryItems/quorvel-logs");
     }
     // Curl mode is chosen for systems up to 10.3.1.
-    void UseCurlMode() {
-        Platform::SetOsReleaseFiles({scratch.Write("os-release", "VERSION_ID=10.3.1\n")});
-    }
-    void UseUrlLoadingMode() {
-        Platform::SetOsReleaseFiles({scratch.Write("os-release", "VERSION_ID=12\n")});
+    void UseMode(bool curl) {
+        const char* release = curl ? "VERSION_ID=10.3.1\n" : "VERSION_ID=12\n";
+        Platform::SetOsReleaseFiles({scratch.Write("os-release", release)});
     }
     std::string Log() const { return ReadFile(scratch / "TemporaryItems/quorvel-logs/log.txt"); }
-    void UseMode(bool curl) { curl ? UseCurlMode() : UseUrlLoadingMode(); }
     int Post(const std::string& url, const std::string& document, std::string& reply) {
         return comm.PostDocument(W(url), W(document), reply);
     }
@@ -53,28 +51,35 @@ protected:
     testsupport::LoopbackServers servers;
     ScratchDir scratch;
     ScopedEnv tmp{"TMPDIR", scratch.path()};
-    ScopedEnv http{"http_proxy", std::nullopt}, https{"https_proxy", std::nullopt},
-        httpsUpper{"HTTPS_PROXY", std::nullopt}, noProxy{"no_proxy", std::nullopt},
-        noProxyUpper{"NO_PROXY", std::nullopt}, all{"all_proxy", std::nullopt},
-        allUpper{"ALL_PROXY", std::nullopt}, httpUpper{"HTTP_PROXY", std::nullopt};
+    testsupport::NoTransferVariables cleared;
     CommunicationLibrary comm;
+    const int ok = CommunicationLibrary::PostOk, failed = CommunicationLibrary::PostTransferFailed,
+              tls = CommunicationLibrary::PostSecureConnectionFailed;
 };
 
+// Nine characters are refused before anything else; ten go on to the
+// reachability test, which needs a host that resolves (by name or number).
 TEST_F(TransferTest, ChecksTheUrlLengthThenReachability) {
-    std::string reply = "untouched";
-    EXPECT_EQ(comm.PostDocument(W("http://a/"), W("<x/>"), reply),
-              CommunicationLibrary::PostUrlTooShort);
-    EXPECT_EQ(comm.PostDocument(W("http://ab/"), W("<x/>"), reply),
-              CommunicationLibrary::PostNoConnection);
-    EXPECT_EQ(Post("http://host.invalid/echo", "<x/>", reply),
-              CommunicationLibrary::PostNoConnection);
-    EXPECT_EQ(reply, "untouched");
+    const std::pair<std::string, int> unsent[] = {
+        {"http://a/", CommunicationLibrary::PostUrlTooShort},
+        {"http://ab/", CommunicationLibrary::PostNoConnection},
+        {"http://host.invalid/", CommunicationLibrary::PostNoConnection},
+        {"no host in this url", CommunicationLibrary::PostNoConnection},
+    };
+    for (const auto& [url, result] : unsent) {
+        std::string reply = "untouched";
+        EXPECT_EQ(Post(url, "<x/>", reply), result) << url;
+        EXPECT_EQ(reply, "untouched") << url;
+    }
     EXPECT_FALSE(fs::exists(scratch / "TemporaryItems/quorvel-logs/log.txt")); // nothing logged
+    std::string reply;
+    EXPECT_EQ(Post("http://localhost:" + std::to_string(servers.http) + "/echo", "<x/>", reply),
+              ok);
 }
 
 // URL-loading mode takes status 200 only and follows redirects keeping the
-// document; curl mode (-f) fails from 400 on, follows none, and reads the
-// reply in 2048-byte chunks.
+// document; curl mode (-f) fails from 400 on, follows none, reads the reply
+// in 2048-byte chunks, and leaves its private files behind.
 TEST_F(TransferTest, RepliesAndStatusesInBothModes) {
     struct Case {
         std::string path;
@@ -83,7 +88,6 @@ TEST_F(TransferTest, RepliesAndStatusesInBothModes) {
         int curlResult;
         std::string curlReply;
     };
-    const int ok = CommunicationLibrary::PostOk, failed = CommunicationLibrary::PostTransferFailed;
     const std::string doc = "<doc>\xC3\xA9</doc>", kept = "untouched", posted = "POST " + doc;
     const std::string full = std::string(2048, 'x'), twice = std::string(4096, 'x');
     const Case cases[] = {
@@ -106,29 +110,37 @@ TEST_F(TransferTest, RepliesAndStatusesInBothModes) {
     };
     for (const bool curl : {false, true}) {
         UseMode(curl);
+        const mode_t umask = ::umask(curl ? 0277 : 022); // curl's files are 0600 whatever it is
         for (const Case& c : cases) {
             std::string reply = kept;
             EXPECT_EQ(Post(servers.HttpUrl(c.path), doc, reply), curl ? c.curlResult : c.urlResult)
                 << c.path << (curl ? " curl" : "");
             EXPECT_EQ(reply, curl ? c.curlReply : c.urlReply) << c.path << (curl ? " curl" : "");
         }
+        ::umask(umask);
     }
-    std::string reply = kept;
-    UseUrlLoadingMode();
-    const std::string closing = "http://127.0.0.1:" + std::to_string(servers.closing) + "/";
-    EXPECT_EQ(Post(closing, "<x/>", reply), failed);
-    const std::string log = Log();
+    for (const auto& file : fs::directory_iterator(scratch / "TemporaryItems")) { // all kept
+        EXPECT_TRUE(file.is_directory() ||
+                    file.status().permissions() == (fs::perms::owner_read | fs::perms::owner_write))
+            << file.path();
+    }
+    // The command line as documented, doubled blanks and all; no proxy, no -x.
+    const std::string log = Log(), command = "Message: curl command line: \n/usr/bin/curl  --url " +
+                                             servers.HttpUrl("/echo") +
+                                             " --connect-timeout 60 -m 70 -f  -s --data-binary @\"";
+    const std::size_t start = log.find(command) + command.size();
+    const std::string request = log.substr(start, log.find('"', start) - start);
+    std::string response = request;
+    response.replace(response.rfind("/request-"), 9, "/response-");
+    EXPECT_NE(log.find(command + request + "\" -o \"" + response +
+                       "\" -H \"Content-Type: text/xml\" -H \"User-Agent: Quorvel\"\n"),
+              std::string::npos)
+        << log;
+    EXPECT_EQ(ReadFile(request), doc);
     EXPECT_NE(log.find("Message: Server response" + doc + "\n"), std::string::npos);
     EXPECT_NE(log.find("Message: curlerrcode original: ErrorCode: 5632\n"),
               std::string::npos); // exit 22
     EXPECT_NE(log.find("Message: curlerrcode: ErrorCode: 22\n"), std::string::npos);
-
-    // A missing response file is still a success, with an empty reply.
-    EXPECT_EQ(comm.CurlExternSecureDownload(servers.HttpUrl("/bytes/0"),
-                                            scratch.Write("req", "<x/>"),
-                                            scratch / "TemporaryItems/none.xml", reply),
-              ok);
-    EXPECT_EQ(reply, "");
 }
 
 TEST_F(TransferTest, UrlLoadingModeTimesOutAndStopsPromptly) {
@@ -146,85 +158,42 @@ TEST_F(TransferTest, UrlLoadingModeTimesOutAndStopsPromptly) {
     {
         MyUrlConnection connection(30);
         ASSERT_TRUE(connection.sendRequest(request));
+        EXPECT_FALSE(connection.sendRequest(request)); // one transfer per connection
     }
     EXPECT_LT(std::chrono::duration<double>(Clock::now() - dropped).count(), 1.0);
-    MyUrlConnection defaults(0); // less than 1 second: the default applies
-    request.url = servers.HttpUrl("/echo");
-    ASSERT_TRUE(defaults.sendRequest(request));
-    EXPECT_FALSE(defaults.sendRequest(request)); // one transfer per connection
-    EXPECT_EQ(defaults.wait(), std::optional<std::string>("<x/>"));
-}
-
-TEST_F(TransferTest, CurlModeRunsTheDocumentedCommandLine) {
-    UseCurlMode();
-    ASSERT_TRUE(comm.IsCurlMode());
-    testsupport::TinyProxy proxy;
-    ASSERT_TRUE(proxy.ok());
-    ScopedEnv httpsProxy("https_proxy", proxy.Address());
-    ScopedEnv plainProxy("http_proxy", "127.0.0.1:1"); // the HTTPS setting is preferred anyway
-    std::string reply;
-    const std::string url = servers.HttpUrl("/echo");
-    const mode_t umask = ::umask(0); // the files are private whatever the umask
-    EXPECT_EQ(Post(url, "<curl/>", reply), CommunicationLibrary::PostOk);
-    ::umask(umask);
-    EXPECT_EQ(reply, "<curl/>");
-    EXPECT_EQ(proxy.TakeRequests(), std::vector<std::string>{"POST " + url + " HTTP/1.1"});
-
-    std::string request; // both files stay behind, private
-    for (const auto& entry : fs::directory_iterator(scratch / "TemporaryItems")) {
-        if (entry.path().filename().string().rfind("request-", 0) == 0) {
-            request = entry.path();
-        }
-    }
-    EXPECT_EQ(ReadFile(request), "<curl/>");
-    const std::string response =
-        scratch / "TemporaryItems/response-" + request.substr(request.find("request-") + 8);
-    for (const std::string& file : {request, response}) {
-        struct stat info {};
-        ASSERT_EQ(stat(file.c_str(), &info), 0) << file;
-        EXPECT_EQ(info.st_mode & 0777, 0600u) << file;
-    }
-    const std::string expected =
-        "/usr/bin/curl  --url " + url + " --connect-timeout 60 -m 70 -f  -s --data-binary @\"" +
-        request + "\" -o \"" + response +
-        "\" -H \"Content-Type: text/xml\" -H \"User-Agent: Quorvel\" -x " + proxy.Address();
-    const std::string log = Log();
-    EXPECT_NE(log.find("Message: curl command line: \n" + expected + "\n"), std::string::npos)
-        << log;
-    EXPECT_NE(log.find("Message: CommLib,proxy required for destination URL\n"), std::string::npos);
-    EXPECT_NE(log.find("Message: Server response<curl/>\n"), std::string::npos);
 }
 
 TEST_F(TransferTest, ParallelTransfersKeepTheirOwnReplies) {
-    UseUrlLoadingMode();
+    UseMode(false);
     std::vector<std::thread> threads;
     std::vector<std::string> replies(6);
+    const auto document = [](std::size_t i) { return "<n>" + std::to_string(i) + "</n>"; };
     for (std::size_t i = 0; i < replies.size(); ++i) {
-        threads.emplace_back([&, i] {
-            CommunicationLibrary own;
-            own.PostDocument(W(servers.HttpUrl("/echo")), W("<n>" + std::to_string(i) + "</n>"),
-                             replies[i]);
-        });
+        threads.emplace_back([&, i] { Post(servers.HttpUrl("/echo"), document(i), replies[i]); });
     }
     for (std::size_t i = 0; i < replies.size(); ++i) {
         threads[i].join();
-        EXPECT_EQ(replies[i], "<n>" + std::to_string(i) + "</n>");
+        EXPECT_EQ(replies[i], document(i));
     }
 }
 
 // Every configuration is stated by the library, then posted in both modes;
 // the route is what the two real proxies saw. The proxy variables curl reads
 // by itself must not change the route in curl mode, nor libcurl's in
-// URL-loading mode.
-TEST_F(TransferTest, EveryProxyConfigurationTakesTheStatedRouteInBothModes) {
+// URL-loading mode. CA certificates are found as the curl tool finds them.
+TEST_F(TransferTest, EveryProxyAndCertificateConfigurationWorksAsStatedInBothModes) {
     testsupport::GnomeSettings gnome;
     testsupport::TinyProxy open, auth("user", "s3cret");
     ASSERT_TRUE(open.ok() && auth.ok());
     const std::string o = open.Address(), a = auth.Address(), dead = "127.0.0.1:1";
     const std::string o6 = "[::1]:" + std::to_string(open.port);
-    const std::string u1 = servers.HttpUrl("/method"), u7 = servers.Http7Url("/method"),
-                      u6 = servers.Http6Url("/method"), us = servers.HttpsUrl("/method"),
-                      ca = servers.Certificate();
+    const std::string u1 = servers.HttpUrl("/method"), u6 = servers.Http6Url("/method"),
+                      us = servers.HttpsUrl("/method");
+    const std::string ca = servers.Certificate(), none = scratch / "none.pem",
+                      certs = scratch / "certs";
+    fs::create_directories(certs);
+    fs::copy_file(ca, certs + "/ca.pem");
+    ASSERT_EQ(std::system(("openssl rehash " + certs + " 2>/dev/null").c_str()), 0);
     const auto desktop = [](const testsupport::TinyProxy& proxy, const char* ignore, bool account) {
         return std::vector<std::string>{
             "org.gnome.system.proxy mode manual",
@@ -244,26 +213,39 @@ TEST_F(TransferTest, EveryProxyConfigurationTakesTheStatedRouteInBothModes) {
         std::vector<std::string> desktop; // empty: GNOME's mode is "none"
         std::string url, stated;          // stated: the route the library names
         const testsupport::TinyProxy* via;
-        bool urlOk, curlOk;
+        int urlResult, curlResult;
     };
     const Case cases[] = {
-        {{{"http_proxy", o}}, {}, u1, o, &open, true, true},
-        {{{"http_proxy", o}, {"no_proxy", "127."}}, {}, u1, "", nullptr, true, true},
-        {{{"http_proxy", o}, {"no_proxy", " * "}}, {}, u1, "", nullptr, true, true},
-        {{{"http_proxy", o}, {"NO_PROXY", "127.0.0.0/8"}}, {}, u7, "", nullptr, true, true},
-        {{{"http_proxy", o}, {"no_proxy", "127.0.0.1/32"}}, {}, u7, o, &open, true, true},
-        {{{"http_proxy", o}, {"no_proxy", "localhost, [::1]:80"}}, {}, u6, "", nullptr, true, true},
-        {{{"http_proxy", "http://" + o6}}, {}, u6, o6, &open, true, true},
+        {{{"http_proxy", o}}, {}, u1, o, &open, ok, ok},
+        {{{"http_proxy", o}, {"no_proxy", "127."}}, {}, u1, "", nullptr, ok, ok},
+        {{{"http_proxy", o}, {"no_proxy", " * "}}, {}, u1, "", nullptr, ok, ok},
+        {{{"http_proxy", o}, {"NO_PROXY", "127.0.0.0/8"}}, {}, u1, "", nullptr, ok, ok},
+        {{{"http_proxy", o}, {"no_proxy", "127.0.0.2/32"}}, {}, u1, o, &open, ok, ok},
+        {{{"http_proxy", o}, {"no_proxy", "localhost, [::1]:80"}}, {}, u6, "", nullptr, ok, ok},
+        {{{"http_proxy", "http://" + o6}}, {}, u6, o6, &open, ok, ok},
         // Credentials reach the proxy in URL-loading mode only.
-        {{{"http_proxy", "http://user:s3cret@" + a}}, {}, u1, a, &auth, true, false},
-        {{{"http_proxy", a}}, {}, u1, a, &auth, false, false},
-        {{{"http_proxy", a}, {"HTTPS_PROXY", o}}, {}, u1, o, &open, true, true}, // HTTPS preferred
-        {{{"https_proxy", o}, {"CURL_CA_BUNDLE", ca}}, {}, us, o, &open, true, true}, // tunnelled
-        {{{"ALL_PROXY", dead}, {"HTTP_PROXY", dead}}, {}, u1, "", nullptr, true, true},
+        {{{"http_proxy", "http://user:s3cret@" + a}}, {}, u1, a, &auth, ok, failed},
+        {{{"http_proxy", a}}, {}, u1, a, &auth, failed, failed},
+        {{{"http_proxy", a}, {"HTTPS_PROXY", o}}, {}, u1, o, &open, ok, ok},      // HTTPS preferred
+        {{{"https_proxy", o}, {"CURL_CA_BUNDLE", ca}}, {}, us, o, &open, ok, ok}, // tunnelled
+        {{{"ALL_PROXY", dead}, {"HTTP_PROXY", dead}}, {}, u1, "", nullptr, ok, ok},
         // GNOME's settings win over the variables; its default exceptions.
-        {{{"http_proxy", dead}}, gnomeDefault, u7, "", nullptr, true, true},
-        {{{"http_proxy", dead}}, gnomeWildcard, u1, o, &open, true, true},
-        {{}, gnomeAccount, u1, a, &auth, true, false},
+        {{{"http_proxy", dead}}, gnomeDefault, u1, "", nullptr, ok, ok},
+        {{{"http_proxy", dead}}, gnomeWildcard, u1, o, &open, ok, ok},
+        {{}, gnomeAccount, u1, a, &auth, ok, failed},
+        // The system store knows no test CA; CURL_CA_BUNDLE, set and not
+        // empty, hides the other two.
+        {{}, {}, us, "", nullptr, failed, tls},
+        {{{"SSL_CERT_FILE", ca}}, {}, us, "", nullptr, ok, ok},
+        {{{"SSL_CERT_DIR", certs}}, {}, us, "", nullptr, ok, ok},
+        {{{"CURL_CA_BUNDLE", ca}, {"SSL_CERT_FILE", none}, {"SSL_CERT_DIR", none}},
+         {},
+         us,
+         "",
+         nullptr,
+         ok,
+         ok},
+        {{{"CURL_CA_BUNDLE", ""}, {"SSL_CERT_FILE", ca}}, {}, us, "", nullptr, ok, ok},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE("configuration " + std::to_string(&c - cases));
@@ -271,72 +253,72 @@ TEST_F(TransferTest, EveryProxyConfigurationTakesTheStatedRouteInBothModes) {
         for (const auto& [name, value] : c.env) {
             env.push_back(std::make_unique<ScopedEnv>(name, value));
         }
-        ASSERT_TRUE(gnome.Set(c.desktop.empty() ? std::vector<std::string>{"org.gnome.system.proxy "
-                                                                           "mode none"}
-                                                : c.desktop));
+        const std::vector<std::string> off = {"org.gnome.system.proxy mode none"};
+        ASSERT_TRUE(gnome.Set(c.desktop.empty() ? off : c.desktop));
         EXPECT_EQ(comm.RouteFor(c.url).proxy, c.stated);
+        EXPECT_EQ(comm.CurlProxyOption(c.url), c.stated.empty() ? "" : " -x " + c.stated);
         for (const bool curl : {false, true}) {
             UseMode(curl);
             std::string reply;
-            const bool ok = Post(c.url, "<route/>", reply) == CommunicationLibrary::PostOk;
+            const int result = Post(c.url, "<route/>", reply);
             const std::string mode = curl ? " (curl mode)" : " (URL-loading mode)";
-            EXPECT_EQ(ok, curl ? c.curlOk : c.urlOk) << mode;
-            EXPECT_EQ(reply, ok ? "POST <route/>" : "") << mode;
-            EXPECT_EQ(!open.TakeRequests().empty(), c.via == &open) << mode;
-            EXPECT_EQ(!auth.TakeRequests().empty(), c.via == &auth) << mode;
+            EXPECT_EQ(result, curl ? c.curlResult : c.urlResult) << mode;
+            EXPECT_EQ(reply, result == ok ? "POST <route/>" : "") << mode;
+            EXPECT_EQ(open.CarriedRequests(), c.via == &open) << mode;
+            EXPECT_EQ(auth.CarriedRequests(), c.via == &auth) << mode;
         }
     }
     EXPECT_EQ(Log().find("s3cret"), std::string::npos); // never logged
+    EXPECT_NE(Log().find("Message: CommLib,proxy required for destination URL\n"),
+              std::string::npos);
 }
 
-TEST_F(TransferTest, CertificateAuthoritiesAsTheCurlToolFindsThem) {
-    const std::string ca = servers.Certificate(), none = scratch / "none.pem";
-    const std::string folder = scratch / "certs";
-    fs::create_directories(folder);
-    fs::copy_file(ca, folder + "/ca.pem");
-    ASSERT_EQ(std::system(("openssl rehash " + folder + " 2>/dev/null").c_str()), 0);
-    using Env = std::optional<std::string>;
-    struct Case {
-        Env bundle, file, dir;
-        int urlResult, curlResult;
-    };
-    const Env unset;
-    const Case cases[] = {
-        {unset, unset, unset, CommunicationLibrary::PostTransferFailed,
-         CommunicationLibrary::PostSecureConnectionFailed}, // the system store knows no test CA
-        {unset, ca, unset, CommunicationLibrary::PostOk, CommunicationLibrary::PostOk},
-        {unset, unset, folder, CommunicationLibrary::PostOk, CommunicationLibrary::PostOk},
-        {ca, none, none, CommunicationLibrary::PostOk, CommunicationLibrary::PostOk},
-        {std::string(), ca, unset, CommunicationLibrary::PostOk, CommunicationLibrary::PostOk},
-    };
-    for (const Case& c : cases) {
-        ScopedEnv bundle("CURL_CA_BUNDLE", c.bundle), file("SSL_CERT_FILE", c.file),
-            dir("SSL_CERT_DIR", c.dir);
-        for (const bool curl : {false, true}) {
-            UseMode(curl);
-            std::string reply;
-            EXPECT_EQ(Post(servers.HttpsUrl("/echo"), "<tls/>", reply),
-                      curl ? c.curlResult : c.urlResult)
-                << "configuration " << &c - cases << (curl ? " curl" : " url-loading");
-        }
+// Every way the tool can end maps to its result: exit 0 to PostOk (with no
+// response file, an empty reply), curl's TLS failures to
+// PostSecureConnectionFailed, any other code or a signal to
+// PostTransferFailed, the reply untouched. The URL reaches the shell
+// unquoted, so a command in it ends the shell as a curl would.
+TEST_F(TransferTest, EveryEndOfTheToolMapsToItsResult) {
+    const std::set<int> secure = {35, 51, 53, 54, 58, 59, 60, 66};
+    const std::string request = scratch.Write("request.xml", "<x/>"), missing = scratch / "none";
+    for (int code = 0; code < 100; ++code) {
+        std::string reply = "untouched";
+        const std::string url = "2>/dev/null; exit " + std::to_string(code) + " #";
+        const int expected = code == 0 ? ok : secure.count(code) != 0 ? tls : failed;
+        EXPECT_EQ(comm.CurlExternSecureDownload(url, request, missing, reply), expected) << code;
+        EXPECT_EQ(reply, code == 0 ? "" : "untouched") << code;
     }
+    std::string reply = "untouched";
+    EXPECT_EQ(comm.CurlExternSecureDownload("; kill -KILL $$ #", request, missing, reply), failed);
+    EXPECT_EQ(reply, "untouched");
+    EXPECT_NE(Log().find("Message: curlerrcode original: ErrorCode: 9\n"), std::string::npos);
+    EXPECT_NE(Log().find("Message: curlerrcode: ErrorCode: 0\n"), std::string::npos);
+}
+
+// Real wait statuses, read as curl mode's shift reads them.
+TEST(ProcessSeam, DecodesRealWaitStatuses) {
+    const Process::ShellStatus exited = Process::RunShellCommand("exit 255");
+    EXPECT_EQ(exited.exitCode, 255);
+    EXPECT_EQ(exited.signal, 0);
+    const Process::ShellStatus killed = Process::RunShellCommand("kill -TERM $$");
+    EXPECT_EQ(killed.waitStatus, SIGTERM);
+    EXPECT_EQ(killed.exitCode, 0);
+    EXPECT_EQ(killed.signal, SIGTERM);
 }
 
 // Two processes that post in the same second seed the generator alike and
-// draw the same number; each must still send its own document to its own
-// server.
+// draw the same number; each must still send its own document.
 TEST_F(TransferTest, CurlModeProcessesPostingInTheSameSecondKeepTheirDocuments) {
-    UseCurlMode();
+    UseMode(true);
     std::this_thread::sleep_until(std::chrono::system_clock::time_point(
         std::chrono::ceil<std::chrono::seconds>(std::chrono::system_clock::now())));
-    const std::string urls[] = {servers.HttpUrl("/method"), servers.Http7Url("/method")};
     pid_t children[2];
     for (int i = 0; i < 2; ++i) {
         children[i] = fork();
         if (children[i] == 0) {
             const std::string document = "<n>" + std::to_string(i) + "</n>";
             std::string reply;
-            const int result = Post(urls[i], document, reply);
+            const int result = Post(servers.HttpUrl("/method"), document, reply);
             _exit(result == CommunicationLibrary::PostOk && reply == "POST " + document ? 0 : 1);
         }
     }
@@ -345,17 +327,12 @@ TEST_F(TransferTest, CurlModeProcessesPostingInTheSameSecondKeepTheirDocuments) 
         waitpid(child, &status, 0);
         EXPECT_EQ(status, 0);
     }
-    int requests = 0;
-    for (const auto& entry : fs::directory_iterator(scratch / "TemporaryItems")) {
-        requests += entry.path().filename().string().rfind("request-", 0) == 0;
-    }
-    EXPECT_EQ(requests, 2);
 }
 
-// A document that cannot be written whole is not sent at all: cut short by a
-// file size limit, or with no private folder to write it in.
+// A document that cannot be written whole (cut short by a file size limit)
+// is not sent at all.
 TEST_F(TransferTest, CurlModeNeverSendsHalfADocument) {
-    UseCurlMode();
+    UseMode(true);
     rlimit saved{};
     getrlimit(RLIMIT_FSIZE, &saved);
     const auto previous = std::signal(SIGXFSZ, SIG_IGN);
@@ -370,12 +347,6 @@ TEST_F(TransferTest, CurlModeNeverSendsHalfADocument) {
     EXPECT_EQ(reply, "untouched");
     EXPECT_NE(Log().find("Message: curlexec err,file = nil\n"), std::string::npos);
     EXPECT_EQ(Log().find("curl command line"), std::string::npos);
-
-    fs::remove_all(scratch / "TemporaryItems");
-    fs::create_directory_symlink(scratch.path(), scratch / "TemporaryItems"); // not private
-    EXPECT_EQ(Post(servers.HttpUrl("/echo"), "<x/>", reply),
-              CommunicationLibrary::PostTransferFailed);
-    EXPECT_EQ(reply, "untouched");
 }
 
 } // namespace

@@ -1,5 +1,5 @@
 // Real proxy sources for the transport tests: a tinyproxy on loopback that
-// tells which requests it carried, and GNOME proxy settings written with
+// tells whether it carried requests, and GNOME proxy settings written with
 // gsettings into a private dconf database.
 #pragma once
 
@@ -22,18 +22,14 @@
 
 namespace testsupport {
 
-// A TCP socket bound to a free port of 127.0.0.1, which goes to `port`.
-inline int BindLoopback(int& port) {
-    const int fd = socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t length = sizeof address;
-    bind(fd, reinterpret_cast<sockaddr*>(&address), length);
-    getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length);
-    port = ntohs(address.sin_port);
-    return fd;
-}
+// The variables that give curl or libcurl a proxy or CA certificates, unset
+// for the length of one test, so that the machine's own cannot change a route.
+struct NoTransferVariables {
+    ScopedEnv variables[11] = {{"http_proxy", {}},    {"HTTP_PROXY", {}},  {"https_proxy", {}},
+                               {"HTTPS_PROXY", {}},   {"no_proxy", {}},    {"NO_PROXY", {}},
+                               {"all_proxy", {}},     {"ALL_PROXY", {}},   {"CURL_CA_BUNDLE", {}},
+                               {"SSL_CERT_FILE", {}}, {"SSL_CERT_DIR", {}}};
+};
 
 // A tinyproxy listening on 127.0.0.1 and [::1], asking for Basic
 // credentials when `user` is given. Stopped when destroyed.
@@ -73,27 +69,28 @@ public:
     }
     std::string Address() const { return "127.0.0.1:" + std::to_string(port); }
 
-    // The requests carried since the last call, one "METHOD target" each.
-    std::vector<std::string> TakeRequests() {
+    // True when the proxy carried a request since the last call.
+    bool CarriedRequests() {
         const std::string log = ReadFile(log_);
-        std::vector<std::string> requests;
-        const std::string mark = "Request (file descriptor ";
-        for (std::size_t at = log.find(mark, read_); at != std::string::npos;
-             at = log.find(mark, at + 1)) {
-            const std::size_t start = log.find("): ", at) + 3;
-            requests.push_back(log.substr(start, log.find('\n', start) - start));
-        }
+        const bool carried = log.find("Request (file descriptor ", read_) != std::string::npos;
         read_ = log.size();
-        return requests;
+        return carried;
     }
 
     const int port;
 
 private:
+    // A port of 127.0.0.1 that was free a moment ago.
     static int FreePort() {
-        int port = 0;
-        close(BindLoopback(port));
-        return port;
+        const int fd = socket(AF_INET, SOCK_STREAM, 0);
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        socklen_t length = sizeof address;
+        bind(fd, reinterpret_cast<sockaddr*>(&address), length);
+        getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length);
+        close(fd);
+        return ntohs(address.sin_port);
     }
     ScratchDir folder_;
     std::string log_ = folder_ / "tinyproxy.log";

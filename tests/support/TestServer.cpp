@@ -1,8 +1,7 @@
 // The loopback servers the transport tests talk to, run as a child process
-// of the test: HTTP servers on 127.0.0.1, 127.0.0.7 and [::1], an HTTPS
-// server on 127.0.0.1, all with the same routes, and a port that closes
-// every connection at once. It prints its ports on one line and runs until
-// its standard input closes.
+// of the test: HTTP servers on 127.0.0.1 and [::1], an HTTPS
+// server on 127.0.0.1, all with the same routes. It prints its process id
+// and ports on one line and runs until it is stopped, or the test ends.
 //
 //   quorvel_test_server CERT KEY
 //
@@ -12,16 +11,13 @@
 // N to the query's "to", else /method), /loop (redirects to itself).
 // /method (GET and POST) answers the method and the body.
 #include <httplib.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
+#include <sys/prctl.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <cstdio>
-#include <iostream>
 #include <thread>
 #include <vector>
-
-#include "tests/support/ProxyFixtures.h"
 
 namespace {
 
@@ -62,50 +58,29 @@ void AddRoutes(httplib::Server& server) {
     });
 }
 
-// A port that accepts connections and closes them without a word.
-int StartClosingPort(std::thread& thread) {
-    int port = 0;
-    const int fd = testsupport::BindLoopback(port);
-    listen(fd, 16);
-    thread = std::thread([fd] {
-        for (;;) {
-            const int client = accept(fd, nullptr, nullptr);
-            if (client < 0) {
-                return;
-            }
-            close(client);
-        }
-    });
-    return port;
-}
-
 } // namespace
 
 int main(int argc, char** argv) {
+    prctl(PR_SET_PDEATHSIG, SIGTERM); // a test that dies takes its servers along
     if (argc != 3) {
         std::fprintf(stderr, "usage: %s CERT KEY\n", argv[0]);
         return 2;
     }
-    httplib::Server http, http7, http6;
+    httplib::Server http, http6;
     httplib::SSLServer https(argv[1], argv[2]);
-    for (httplib::Server* server : {&http, &http7, &http6, static_cast<httplib::Server*>(&https)}) {
+    for (httplib::Server* server : {&http, &http6, static_cast<httplib::Server*>(&https)}) {
         AddRoutes(*server);
     }
     const int httpPort = http.bind_to_any_port("127.0.0.1");
-    const int http7Port = http7.bind_to_any_port("127.0.0.7");
     const int http6Port = http6.bind_to_any_port("::1");
     const int httpsPort = https.bind_to_any_port("127.0.0.1");
-    std::thread closer;
-    const int closePort = StartClosingPort(closer);
     std::vector<std::thread> threads;
-    for (httplib::Server* server : {&http, &http7, &http6, static_cast<httplib::Server*>(&https)}) {
+    for (httplib::Server* server : {&http, &http6, static_cast<httplib::Server*>(&https)}) {
         threads.emplace_back([server] { server->listen_after_bind(); });
     }
-    std::printf("http=%d https=%d close=%d http7=%d http6=%d\n", httpPort, httpsPort, closePort,
-                http7Port, http6Port);
+    std::printf("pid=%d http=%d https=%d http6=%d\n", getpid(), httpPort, httpsPort, http6Port);
     std::fflush(stdout);
-    std::string ignored;
-    while (std::getline(std::cin, ignored)) {
+    for (;;) {
+        pause(); // until the test stops it, or its end does
     }
-    _exit(0); // the parent is gone; no orderly shutdown needed
 }

@@ -7,8 +7,11 @@
 #include <sstream>
 
 #include "comm/CommunicationLibrary.h"
+#include "comm/ProxySetting.h"
+#include "comm/UrlParts.h"
 #include "comm/platform/Network.h"
 #include "utils/Utils.h"
+#include "utils/platform/Platform.h"
 #include "xml/XMLUtility.h"
 
 namespace {
@@ -24,6 +27,12 @@ void ExpectArguments(const std::vector<std::string>& args, std::size_t count, co
 
 std::string Narrow(const fn::fn_wstring& text) {
     return Utils::wstring2utf8(text);
+}
+
+bool RemoveFolder(const std::string& folder) {
+    std::error_code error;
+    fs::remove_all(folder, error);
+    return !error;
 }
 
 std::string StandardInput() {
@@ -45,14 +54,6 @@ int SysInfo(const std::vector<std::string>& args, Report& report) {
     return 0;
 }
 
-std::string ProxyText(CommunicationLibrary& comm, bool https) {
-    char host[150];
-    unsigned short port = 0;
-    const bool set = https ? comm.GetHTTPSProxySetting(host, sizeof host, &port)
-                           : comm.GetHTTPProxySetting(host, sizeof host, &port);
-    return set ? std::string(host) + ":" + std::to_string(port) : "";
-}
-
 int Proxy(const std::vector<std::string>& args, Report& report) {
     ExpectArguments(args, 1, "URL");
     Network::ProxySource source;
@@ -60,8 +61,8 @@ int Proxy(const std::vector<std::string>& args, Report& report) {
     CommunicationLibrary comm;
     report.Add("source", std::string(source == Network::ProxySource::Desktop ? "desktop settings"
                                                                              : "environment"));
-    report.Add("http_proxy", ProxyText(comm, false));
-    report.Add("https_proxy", ProxyText(comm, true));
+    report.Add("http_proxy", ProxySetting::HostAndPort(comm, ProxySetting::Scheme::Http));
+    report.Add("https_proxy", ProxySetting::HostAndPort(comm, ProxySetting::Scheme::Https));
     const auto exceptions = settings.find("ExceptionsList");
     const auto* list = exceptions == settings.end()
                            ? nullptr
@@ -81,7 +82,7 @@ int Proxy(const std::vector<std::string>& args, Report& report) {
 int Reach(const std::vector<std::string>& args, Report& report) {
     ExpectArguments(args, 1, "URL");
     const bool reachable = CommunicationLibrary().IsOSXConnectionUp(Utils::utf8towstring(args[0]));
-    report.Add("host", Network::ParseUrl(args[0]).host);
+    report.Add("host", Url::Split(args[0]).host);
     report.Add("reachable", reachable);
     return reachable ? 0 : 1;
 }
@@ -134,14 +135,10 @@ int Log(const std::vector<std::string>& args, Report& report) {
     }
     if (action == "on" || action == "off") {
         ExpectArguments(args, 1, "");
-        std::error_code error;
-        if (action == "on") {
-            fs::create_directories(folder, error);
-        } else {
-            fs::remove_all(folder, error);
-        }
+        const bool done =
+            action == "on" ? Platform::MakeDirectoryWithParents(folder) : RemoveFolder(folder);
         report.Add("logging", fs::is_directory(folder));
-        return error ? 1 : 0;
+        return done ? 0 : 1;
     }
     if (action != "tail") {
         throw UsageError("unknown log action '" + action + "'");
@@ -214,8 +211,8 @@ int Encode(const std::vector<std::string>& args, Report& report) {
 const std::vector<Command>& Commands() {
     static const std::vector<Command> commands = {
         {"sysinfo", "", "every system information query with its value", SysInfo},
-        {"proxy", "URL", "the proxy settings in use, whether URL needs one, the route both modes take",
-         Proxy},
+        {"proxy", "URL",
+         "the proxy settings in use, whether URL needs one, the route both modes take", Proxy},
         {"reach", "URL", "whether the URL's host is reachable (exit 1 when not)", Reach},
         {"post", "URL FILE [--curl]", "post the XML file as the library does (--curl: curl mode)",
          Post},

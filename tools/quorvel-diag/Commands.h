@@ -9,14 +9,17 @@
 
 #include "Report.h"
 
+// Arguments a command cannot take; its text says what is wrong.
 struct UsageError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
+// One subcommand: its name, its help and what runs it.
 struct Command {
     const char* name;
     const char* usage;   // the arguments, for the help text
     const char* summary; // one line
+    // Fills `report` from `args` (the words after the name); the exit status.
     int (*run)(const std::vector<std::string>& args, Report& report);
 };
 

@@ -16,6 +16,8 @@
 #include <string>
 #include <vector>
 
+#include "utils/platform/Platform.h"
+
 namespace AppPlatform {
 
 // How a package manager started the app, if at all.
@@ -57,8 +59,9 @@ struct DebconfPipes {
 // goes away makes writes fail instead of ending the process (SIGPIPE).
 std::optional<DebconfPipes> DebconfChannel();
 
-// Writes all of `text` to `fd`; false on any error (a closed pipe included).
-bool WriteAll(int fd, const std::string& text);
+// Writes all of a text to a descriptor (the debconf pipe, the terminal);
+// the one implementation the library's process seam uses too.
+using Platform::WriteAll;
 
 // Reads one line (without its newline) from `fd` a byte at a time, so that
 // nothing meant for whoever reads after us is taken. Waits at most

@@ -84,21 +84,6 @@ std::optional<DebconfPipes> DebconfChannel() {
     return pipes;
 }
 
-bool WriteAll(int fd, const std::string& text) {
-    std::size_t done = 0;
-    while (done < text.size()) {
-        const ssize_t wrote = write(fd, text.data() + done, text.size() - done);
-        if (wrote < 0 && errno == EINTR) {
-            continue;
-        }
-        if (wrote <= 0) {
-            return false;
-        }
-        done += static_cast<std::size_t>(wrote);
-    }
-    return true;
-}
-
 std::optional<std::string> ReadLine(int fd, int timeoutMs) {
     pollfd ready{fd, POLLIN, 0};
     int polled;

@@ -46,21 +46,6 @@ int SpawnShellAndWait(const std::string& command, std::vector<char*>& environmen
     return status;
 }
 
-bool WriteAll(int fd, const std::string& data) {
-    std::size_t written = 0;
-    while (written < data.size()) {
-        const ssize_t count = write(fd, data.data() + written, data.size() - written);
-        if (count < 0 && errno == EINTR) {
-            continue;
-        }
-        if (count <= 0) {
-            return false;
-        }
-        written += static_cast<std::size_t>(count);
-    }
-    return true;
-}
-
 } // namespace
 
 ShellStatus DecodeWaitStatus(int waitStatus) {
@@ -92,7 +77,7 @@ NewFile CreatePrivateFileWith(const std::string& path, const std::string& conten
         return errno == EEXIST ? NewFile::NameTaken : NewFile::Failed;
     }
     // fchmod because the umask may have taken bits away from 0600.
-    const bool written = fchmod(fd, 0600) == 0 && WriteAll(fd, content);
+    const bool written = fchmod(fd, 0600) == 0 && Platform::WriteAll(fd, content);
     if (close(fd) == 0 && written) {
         return NewFile::Created;
     }

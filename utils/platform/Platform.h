@@ -83,4 +83,8 @@ int CreatePrivateFile(const std::string& path, int flags);
 // be read.
 std::string UtcTimeStamp();
 
+// Writes all of `data` to `fd`, going on after interruptions and short
+// writes; false on any error (a closed pipe included).
+bool WriteAll(int fd, const std::string& data);
+
 } // namespace Platform

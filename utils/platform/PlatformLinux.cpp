@@ -6,6 +6,7 @@
 #include <sys/utsname.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
@@ -203,6 +204,21 @@ std::string UtcTimeStamp() {
         return "";
     }
     return std::string(stamp, 24); // without asctime's line feed
+}
+
+bool WriteAll(int fd, const std::string& data) {
+    std::size_t written = 0;
+    while (written < data.size()) {
+        const ssize_t count = write(fd, data.data() + written, data.size() - written);
+        if (count < 0 && errno == EINTR) {
+            continue;
+        }
+        if (count <= 0) {
+            return false;
+        }
+        written += static_cast<std::size_t>(count);
+    }
+    return true;
 }
 
 } // namespace Platform

@@ -188,7 +188,7 @@ TEST_F(TransferTest, EveryProxyAndCertificateConfigurationWorksAsStatedInBothMod
     const std::string o = open.Address(), a = auth.Address(), dead = "127.0.0.1:1";
     const std::string o6 = "[::1]:" + std::to_string(open.port);
     const std::string u1 = servers.HttpUrl("/method"), u6 = servers.Http6Url("/method"),
-                      us = servers.HttpsUrl("/method");
+                      u7 = servers.Http7Url("/method"), us = servers.HttpsUrl("/method");
     const std::string ca = servers.Certificate(), none = scratch / "none.pem",
                       certs = scratch / "certs";
     fs::create_directories(certs);
@@ -219,8 +219,8 @@ TEST_F(TransferTest, EveryProxyAndCertificateConfigurationWorksAsStatedInBothMod
         {{{"http_proxy", o}}, {}, u1, o, &open, ok, ok},
         {{{"http_proxy", o}, {"no_proxy", "127."}}, {}, u1, "", nullptr, ok, ok},
         {{{"http_proxy", o}, {"no_proxy", " * "}}, {}, u1, "", nullptr, ok, ok},
-        {{{"http_proxy", o}, {"NO_PROXY", "127.0.0.0/8"}}, {}, u1, "", nullptr, ok, ok},
-        {{{"http_proxy", o}, {"no_proxy", "127.0.0.2/32"}}, {}, u1, o, &open, ok, ok},
+        {{{"http_proxy", o}, {"NO_PROXY", "127.0.0.0/8"}}, {}, u7, "", nullptr, ok, ok},
+        {{{"http_proxy", o}, {"no_proxy", "127.0.0.1/32"}}, {}, u7, o, &open, ok, ok},
         {{{"http_proxy", o}, {"no_proxy", "localhost, [::1]:80"}}, {}, u6, "", nullptr, ok, ok},
         {{{"http_proxy", "http://" + o6}}, {}, u6, o6, &open, ok, ok},
         // Credentials reach the proxy in URL-loading mode only.
@@ -230,7 +230,7 @@ TEST_F(TransferTest, EveryProxyAndCertificateConfigurationWorksAsStatedInBothMod
         {{{"https_proxy", o}, {"CURL_CA_BUNDLE", ca}}, {}, us, o, &open, ok, ok}, // tunnelled
         {{{"ALL_PROXY", dead}, {"HTTP_PROXY", dead}}, {}, u1, "", nullptr, ok, ok},
         // GNOME's settings win over the variables; its default exceptions.
-        {{{"http_proxy", dead}}, gnomeDefault, u1, "", nullptr, ok, ok},
+        {{{"http_proxy", dead}}, gnomeDefault, u7, "", nullptr, ok, ok},
         {{{"http_proxy", dead}}, gnomeWildcard, u1, o, &open, ok, ok},
         {{}, gnomeAccount, u1, a, &auth, ok, failed},
         // The system store knows no test CA; CURL_CA_BUNDLE, set and not

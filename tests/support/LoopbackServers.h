@@ -26,8 +26,8 @@ public:
         if (std::system(make.c_str()) != 0 || (out_ = popen(start.c_str(), "r")) == nullptr) {
             return;
         }
-        if (std::fscanf(out_, "pid=%d http=%d https=%d http6=%d", &pid_, &http, &https, &http6) !=
-            4) {
+        if (std::fscanf(out_, "pid=%d http=%d https=%d http7=%d http6=%d", &pid_, &http, &https,
+                        &http7, &http6) != 5) {
             http = 0;
         }
     }
@@ -42,14 +42,17 @@ public:
     bool ok() const { return http > 0; }
     std::string HttpUrl(const std::string& path) const { return Url("http", http, path); }
     std::string HttpsUrl(const std::string& path) const { return Url("https", https, path); }
-    // The server on [::1].
+    // The server on 127.0.0.7 and the one on [::1].
+    std::string Http7Url(const std::string& path) const {
+        return Url("http", http7, path, "127.0.0.7");
+    }
     std::string Http6Url(const std::string& path) const {
         return Url("http", http6, path, "[::1]");
     }
     // The self-signed certificate of the HTTPS server, the test's private CA.
     std::string Certificate() const { return certs_ / "cert.pem"; }
 
-    int http = 0, https = 0, http6 = 0;
+    int http = 0, https = 0, http7 = 0, http6 = 0;
 
 private:
     static std::string Url(const char* scheme, int port, const std::string& path,

@@ -1,5 +1,5 @@
 // The loopback servers the transport tests talk to, run as a child process
-// of the test: HTTP servers on 127.0.0.1 and [::1], an HTTPS
+// of the test: HTTP servers on 127.0.0.1, 127.0.0.7 and [::1], an HTTPS
 // server on 127.0.0.1, all with the same routes. It prints its process id
 // and ports on one line and runs until it is stopped, or the test ends.
 //
@@ -66,19 +66,21 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "usage: %s CERT KEY\n", argv[0]);
         return 2;
     }
-    httplib::Server http, http6;
+    httplib::Server http, http7, http6;
     httplib::SSLServer https(argv[1], argv[2]);
-    for (httplib::Server* server : {&http, &http6, static_cast<httplib::Server*>(&https)}) {
+    for (httplib::Server* server : {&http, &http7, &http6, static_cast<httplib::Server*>(&https)}) {
         AddRoutes(*server);
     }
     const int httpPort = http.bind_to_any_port("127.0.0.1");
+    const int http7Port = http7.bind_to_any_port("127.0.0.7");
     const int http6Port = http6.bind_to_any_port("::1");
     const int httpsPort = https.bind_to_any_port("127.0.0.1");
     std::vector<std::thread> threads;
-    for (httplib::Server* server : {&http, &http6, static_cast<httplib::Server*>(&https)}) {
+    for (httplib::Server* server : {&http, &http7, &http6, static_cast<httplib::Server*>(&https)}) {
         threads.emplace_back([server] { server->listen_after_bind(); });
     }
-    std::printf("pid=%d http=%d https=%d http6=%d\n", getpid(), httpPort, httpsPort, http6Port);
+    std::printf("pid=%d http=%d https=%d http7=%d http6=%d\n", getpid(), httpPort, httpsPort,
+                http7Port, http6Port);
     std::fflush(stdout);
     for (;;) {
         pause(); // until the test stops it, or its end does

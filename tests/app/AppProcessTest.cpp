@@ -29,6 +29,7 @@ struct Launch {
     std::optional<std::string> answer; // typed on a terminal; none: no terminal at all
     std::string prompt = "> ";         // typed once this has been shown
     std::map<std::string, std::string> env = {};
+    std::function<void()> beforeAnswer = {}; // done while the question waits
 };
 
 struct Outcome {
@@ -98,6 +99,9 @@ protected:
         pollfd wait{output, POLLIN, 0};
         while (std::chrono::steady_clock::now() < deadline && poll(&wait, 1, 100) >= 0) {
             if (!typed && outcome.output.find(run.prompt) != std::string::npos) {
+                if (run.beforeAnswer) {
+                    run.beforeAnswer();
+                }
                 (void)!write(output, run.answer->data(), run.answer->size());
                 typed = true;
             }
@@ -297,6 +301,8 @@ TEST_F(AppProcess, EveryWayOfAsking) {
         {{std::string(63, ' ') + "2\n"}, nothing, 1, {none, "Continue", "Cancel"}},
         {{std::string(3000, 'x') + "\n2\n"}, nothing, 1, {}}, // not an answer: asked again
         {{std::string(" 1 \n")}, nothing, 0, {}},
+        // A FIFO planted at the marker while the question waits neither blocks nor keeps it.
+        {{std::string("1\n"), "> ", {}, [&] { mkfifo(marker.c_str(), 0666); }}, nothing, 0, {}},
         {decline, lproj("de"), 1, {"[i] language:[de]", "Fortfahren", "Abbrechen"}},
         {decline, lproj("fr"), 1, {"Continuer", "Annuler", "Voulez-vous continuer\u00a0?"}},
         {decline, lproj("ja"), 1, {"続ける", "キャンセル", "Quorvel をインストールします。"}},

@@ -7,12 +7,14 @@
 #include <fcntl.h>
 #include <netinet/in.h>
 #include <signal.h>
+#include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
+#include <cstdio>
 #include <cstdlib>
 #include <string>
 #include <thread>
@@ -98,12 +100,30 @@ private:
     pid_t pid_ = -1;
 };
 
-// GNOME settings in a fresh home: written by gsettings through dconf in a
-// D-Bus session of its own, read back by this process from that private
+// GNOME settings in a fresh home: written by gsettings through dconf on a
+// D-Bus session bus of its own, read back by this process from that private
 // database. Make it before this process first asks GLib for its folders.
+// The bus lives as long as the fixture, so dconf's worker thread in this
+// process connects once and stays quiet: a thread that logs calls getenv,
+// which must not meet the test's setenv.
 class GnomeSettings {
 public:
-    GnomeSettings() { mkdir(runtime_.c_str(), 0700); }
+    // The bus is a child that ends with this process, not with the fixture:
+    // dconf's connection to it ends the process (SIGTERM) when it closes.
+    GnomeSettings() {
+        mkdir(runtime_.c_str(), 0700);
+        const std::string socket = home_ / "bus", option = "--address=" + address_;
+        if (fork() == 0) {
+            prctl(PR_SET_PDEATHSIG, SIGTERM);
+            execlp("dbus-daemon", "dbus-daemon", "--session", "--nofork", option.c_str(), nullptr);
+            _exit(127);
+        }
+        for (int i = 0; i < 100 && access(socket.c_str(), F_OK) != 0; ++i) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        }
+    }
+    GnomeSettings(const GnomeSettings&) = delete;
+    GnomeSettings& operator=(const GnomeSettings&) = delete;
 
     // Runs `gsettings set` with each line of shell words ("SCHEMA KEY VALUE").
     bool Set(const std::vector<std::string>& lines) const {
@@ -112,7 +132,7 @@ public:
             script += "gsettings set " + line + " || exit 1\n";
         }
         const std::string file = home_.Write("settings.sh", script);
-        const std::string command = "dbus-run-session -- sh " + file + " >/dev/null 2>&1";
+        const std::string command = "sh " + file + " >/dev/null 2>&1";
         return std::system(command.c_str()) == 0;
     }
 
@@ -123,8 +143,9 @@ private:
     ScopedEnv config_{"XDG_CONFIG_HOME", home_ / "config"};
     ScopedEnv runtimeEnv_{"XDG_RUNTIME_DIR", runtime_};
     ScopedEnv backend_{"GSETTINGS_BACKEND", std::string("dconf")};
-    // No session bus of the user's, and none started on demand.
-    ScopedEnv bus_{"DBUS_SESSION_BUS_ADDRESS", "unix:path=" + home_ / "no-bus"};
+    // Never the user's session bus.
+    std::string address_ = "unix:path=" + home_ / "bus";
+    ScopedEnv bus_{"DBUS_SESSION_BUS_ADDRESS", address_};
 };
 
 } // namespace testsupport

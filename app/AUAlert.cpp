@@ -1,5 +1,6 @@
 #include "app/AUAlert.h"
 
+#include <QApplication>
 #include <QCloseEvent>
 #include <QKeySequence>
 #include <QShortcut>
@@ -43,10 +44,15 @@ std::unique_ptr<AUAlert> AUAlert::LoadFromInterfaceFile(AlertActions* actions) {
                      [actions, defaultSender] { actions->closeAlertPanel(defaultSender); });
     QObject::connect(form.alternateButton, &QPushButton::clicked,
                      [actions, alternateSender] { actions->closeAlertPanel(alternateSender); });
-    // Return answers with the default button, Escape with the alternate one.
+    // As on this desktop: Return presses the focused button, the default
+    // one when no button has the focus; Escape declines.
     for (const QKeySequence& key : {QKeySequence(Qt::Key_Return), QKeySequence(Qt::Key_Enter)}) {
-        QObject::connect(new QShortcut(key, window), &QShortcut::activated, form.defaultButton,
-                         &QPushButton::click);
+        QObject::connect(
+            new QShortcut(key, window), &QShortcut::activated, form.defaultButton,
+            [button = form.defaultButton] {
+                auto* focused = qobject_cast<QPushButton*>(QApplication::focusWidget());
+                (focused != nullptr && focused->isVisible() ? focused : button)->click();
+            });
     }
     QObject::connect(new QShortcut(QKeySequence(Qt::Key_Escape), window), &QShortcut::activated,
                      form.alternateButton, [button = form.alternateButton] {

@@ -116,28 +116,29 @@ WindowSystem& AUApplication::windowSystem(AlertActions* actions) {
     if (!m_windowSystem) {
         m_windowSystem = CreateDebconfWindowSystem(actions);
     }
+    std::string note;
     if (!m_windowSystem && AppPlatform::MayHaveDisplay() && !AppPlatform::NobodyMayBeAsked()) {
-        m_windowSystem = LoadPanel(actions);
+        m_windowSystem = LoadPanel(actions, &note);
     }
     if (!m_windowSystem) {
-        m_windowSystem = CreateTerminalWindowSystem(actions);
+        m_windowSystem = CreateTerminalWindowSystem(actions, note);
     }
     return *m_windowSystem;
 }
 
-std::unique_ptr<WindowSystem> AUApplication::LoadPanel(AlertActions* actions) {
+std::unique_ptr<WindowSystem> AUApplication::LoadPanel(AlertActions* actions, std::string* note) {
     std::string error;
     void* entry =
-        AppPlatform::LoadPluginEntry(Bundle::mainBundle().pluginPath("libquorvel_panel.so"),
+        AppPlatform::LoadPluginEntry(Bundle::companionBundle().pluginPath("libquorvel_panel.so"),
                                      "QuorvelCreateQtWindowSystem", &error);
     if (entry == nullptr) {
-        NSLog("<!> the panel could not be loaded (%s); asking on the terminal.", error.c_str());
+        *note = "<!> the panel could not be loaded (" + error + "); asked on the terminal.";
         return nullptr;
     }
     std::unique_ptr<WindowSystem> panel(
         reinterpret_cast<CreateWindowSystemFunction>(entry)(actions));
     if (!panel) {
-        NSLog("<!> no display could be opened; asking on the terminal.");
+        *note = "<!> no display could be opened; asked on the terminal.";
     }
     return panel;
 }

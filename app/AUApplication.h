@@ -68,9 +68,10 @@ public:
 
 private:
     AUApplication() = default;
-    // The Qt panel from its plug-in; null when it cannot be loaded or no
+    // The Qt panel from its plug-in; null, with the reason in `note` for the
+    // terminal to log after its question, when it cannot be loaded or no
     // display opens.
-    std::unique_ptr<WindowSystem> LoadPanel(AlertActions* actions);
+    std::unique_ptr<WindowSystem> LoadPanel(AlertActions* actions, std::string* note);
 
     AUAppController* m_delegate = nullptr; // set by run
     bool m_terminated = false;             // true once a quit request was granted

@@ -25,6 +25,11 @@ bool IsPlainName(const std::string& localization) {
 } // namespace
 
 const Bundle& Bundle::mainBundle() {
+    static const Bundle bundle(AppPlatform::LaunchPath());
+    return bundle;
+}
+
+const Bundle& Bundle::companionBundle() {
     static const Bundle bundle(AppPlatform::ExecutablePath());
     return bundle;
 }

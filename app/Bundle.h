@@ -16,8 +16,13 @@
 
 class Bundle {
 public:
-    // The bundle of the running executable (found through /proc/self/exe).
+    // The bundle the program was started from: a product's bundle whose
+    // executable is a link to the companion's is the product's.
     static const Bundle& mainBundle();
+
+    // The bundle of the real executable (links resolved), where the
+    // companion's own files are: the panel plug-in, the sample template.
+    static const Bundle& companionBundle();
 
     // The bundle around `executablePath`; an executable outside a bundle
     // makes its own folder the bundle, with resources beside it.

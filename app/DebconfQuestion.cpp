@@ -4,6 +4,7 @@
 #include <cstdlib>
 
 #include "app/SystemLog.h"
+#include "app/TextWrap.h"
 #include "app/platform/AppPlatform.h"
 
 namespace {
@@ -13,11 +14,14 @@ constexpr int kSuccess = 0;
 constexpr int kEscapedData = 1; // success too, with escaped text (after CAPB escape)
 constexpr int kQuestionSkipped = 30;
 
-// The child's exit statuses, deliberately neither 0 nor 1: the frontend
-// reports a child killed by a signal as 0, and AskUnderOwnFrontend relies on
-// telling an answer from a crash.
-constexpr int kChildConsented = 40;
-constexpr int kChildDeclined = 41;
+// The message is broken into lines this wide: GNOME's frontend shows a
+// text question's line as it is, unwrapped.
+constexpr std::size_t kMessageColumns = 72;
+
+// The child's exit statuses, one per answer, deliberately neither 0 nor 1:
+// the frontend reports a child killed by a signal as 0, and
+// AskUnderOwnFrontend relies on telling an answer from a crash.
+constexpr int kChildStatusBase = 40;
 
 std::string Unescaped(const std::string& text) {
     std::string out;
@@ -33,13 +37,10 @@ std::string Unescaped(const std::string& text) {
 
 } // namespace
 
-bool DebconfQuestion::Connect(int timeoutMs, bool ownSession) {
+bool DebconfQuestion::Connect(int timeoutMs) {
     const std::optional<Reply> version = Command("VERSION 2.0", timeoutMs);
     if (!version || version->code != kSuccess) {
         return false;
-    }
-    if (!ownSession) {
-        return true;
     }
     const std::optional<Reply> capabilities = Command("CAPB escape");
     if (!capabilities || capabilities->code != kSuccess) {
@@ -49,57 +50,88 @@ bool DebconfQuestion::Connect(int timeoutMs, bool ownSession) {
     return true;
 }
 
-std::optional<bool> DebconfQuestion::Ask(const Texts& texts) {
-    const std::string question = kQuestion;
-    if (!Succeeds("X_LOADTEMPLATEFILE " + Argument(texts.templateFile) + " " + kOwner) ||
-        !Succeeds("SUBST " + question + " title " + Argument(texts.title)) ||
-        !Succeeds("SUBST " + question + " message " + Argument(texts.message))) {
-        return std::nullopt;
+DebconfQuestion::Answer DebconfQuestion::Ask(const Texts& texts, bool scriptSession) {
+    const Answer answer = AskQuestion(texts);
+    if (scriptSession && escape_) {
+        Command("CAPB"); // the script gets its replies unescaped again
+    }
+    return answer;
+}
+
+DebconfQuestion::Answer DebconfQuestion::AskQuestion(const Texts& texts) {
+    const std::string& question = texts.question;
+    const std::string message = question + kMessageSuffix;
+    if (!texts.templateFile.empty() &&
+        !Succeeds("X_LOADTEMPLATEFILE " + Argument(texts.templateFile) + " " +
+                  question.substr(0, question.find('/')))) {
+        return Answer::kFailed;
+    }
+    if (!Succeeds("SUBST " + question + " title " + Argument(texts.title))) {
+        return Answer::kFailed;
+    }
+    // Optional: a product that declared only the boolean still asks.
+    const std::optional<Reply> substituted =
+        Command("SUBST " + message + " message " +
+                Argument(TextWrap::Wrap(texts.message, kMessageColumns)));
+    const bool showMessage = substituted && substituted->code == kSuccess;
+    const std::optional<Reply> seen = Command("FGET " + question + " seen");
+    const bool seenBefore =
+        seen && (seen->code == kSuccess || seen->code == kEscapedData) && seen->text == "true";
+    if (!seenBefore && showMessage) {
+        Command("FSET " + message + " seen false"); // shown with the question, every time
+        Command("INPUT high " + message);
     }
     // High priority, so the default threshold shows it; skipped when seen.
     const std::optional<Reply> input = Command("INPUT high " + question);
     if (!input || (input->code != kSuccess && input->code != kQuestionSkipped) || !Succeeds("GO")) {
-        return std::nullopt;
+        return Answer::kFailed;
     }
     const std::optional<Reply> value = Command("GET " + question);
     if (!value || (value->code != kSuccess && value->code != kEscapedData)) {
-        return std::nullopt;
+        return Answer::kFailed;
     }
     if (value->text == "true") {
-        return true;
+        return Answer::kConsented;
     }
     // Back to its default and not seen, so the next install asks again
     // rather than taking the no. (RESET alone would be marked seen again
     // when the session ends.)
     Succeeds("RESET " + question);
     Succeeds("FSET " + question + " seen false");
-    return false;
-}
-
-std::optional<bool> DebconfQuestion::AskUnderOwnFrontend(const Texts& texts) {
-    const int status =
-        AppPlatform::RunUnderDebconfFrontend({AppPlatform::ExecutablePath(), kChildArgument,
-                                              texts.templateFile, texts.title, texts.message});
-    if (status == kChildConsented || status == kChildDeclined) {
-        return status == kChildConsented;
+    if (seenBefore) {
+        return Answer::kDeclinedAhead;
     }
-    return std::nullopt;
+    return input->code == kQuestionSkipped ? Answer::kNobodyAsked : Answer::kDeclined;
 }
 
-int DebconfQuestion::RunAsFrontendChild(const char* const arguments[3]) {
+DebconfQuestion::Answer DebconfQuestion::AskUnderOwnFrontend(const Texts& texts) {
+    const int status = AppPlatform::RunUnderDebconfFrontend(
+        {AppPlatform::ExecutablePath(), kChildArgument, texts.templateFile, texts.question,
+         texts.title, texts.message});
+    const int answer = status - kChildStatusBase;
+    if (answer < 0 || answer > static_cast<int>(Answer::kFailed)) {
+        return Answer::kFailed;
+    }
+    return static_cast<Answer>(answer);
+}
+
+int DebconfQuestion::RunAsFrontendChild(const char* const arguments[kChildArgumentCount]) {
     const std::optional<AppPlatform::DebconfPipes> pipes = AppPlatform::DebconfChannel();
     if (!pipes) {
         return EXIT_FAILURE;
     }
     DebconfQuestion question(pipes->commands, pipes->replies);
-    if (!question.Connect(-1, true)) {
+    if (!question.Connect(-1)) {
         return EXIT_FAILURE;
     }
-    const std::optional<bool> answer = question.Ask({arguments[0], arguments[1], arguments[2]});
-    if (!answer) {
-        return EXIT_FAILURE;
-    }
-    return *answer ? kChildConsented : kChildDeclined;
+    const Answer answer =
+        question.Ask({arguments[0], arguments[1], arguments[2], arguments[3]}, false);
+    return kChildStatusBase + static_cast<int>(answer);
+}
+
+std::string DebconfQuestion::PreseedLine(const std::string& question) {
+    // debconf's convention: a question is named after the package that owns it.
+    return question.substr(0, question.find('/')) + " " + question + " boolean true";
 }
 
 std::optional<DebconfQuestion::Reply> DebconfQuestion::Command(const std::string& command,

@@ -47,6 +47,12 @@ private:
     std::unique_ptr<AUAlert> alert_;
 };
 
+// Qt's own complaints while it looks for a display ("could not connect to
+// display"): a display that does not open is an answer we handle, and the
+// terminal's question must come first on the screen.
+void QuietWhileStarting(QtMsgType /*type*/, const QMessageLogContext& /*context*/,
+                        const QString& /*text*/) {}
+
 int gArgc = 1;
 char* gArgv[] = {const_cast<char*>("QuorvelInstaller"), nullptr};
 
@@ -54,7 +60,9 @@ char* gArgv[] = {const_cast<char*>("QuorvelInstaller"), nullptr};
 
 extern "C" WindowSystem* QuorvelCreateQtWindowSystem(AlertActions* actions) {
     const bool offscreenWanted = ChoosePlatforms();
+    const QtMessageHandler previous = qInstallMessageHandler(QuietWhileStarting);
     auto application = std::make_unique<QApplication>(gArgc, gArgv);
+    qInstallMessageHandler(previous);
     if (!offscreenWanted && QGuiApplication::platformName() == kFallbackPlatform) {
         return nullptr; // nobody would see the panel
     }

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "app/SystemLog.h"
+#include "app/TextWrap.h"
 #include "app/WindowSystem.h"
 #include "app/platform/AppPlatform.h"
 #include "utils/TextPieces.h"
@@ -12,7 +13,8 @@ namespace {
 
 class TerminalAlert : public AlertPanel, public WindowSystem {
 public:
-    explicit TerminalAlert(AlertActions* actions) : actions_(actions) {}
+    TerminalAlert(AlertActions* actions, std::string note)
+        : actions_(actions), note_(std::move(note)) {}
 
     AlertPanel& alertPanel() override { return *this; }
 
@@ -31,20 +33,22 @@ public:
 
     // Asks until it has an answer; end of input declines.
     void run() override {
-        if (AppPlatform::NobodyMayBeAsked()) {
-            NSLog("<!> nobody may be asked (DEBIAN_FRONTEND=noninteractive); the question is "
-                  "declined.");
-            actions_->closeAlertPanel(nullptr);
-            return;
-        }
-        const int tty = AppPlatform::OpenTerminal();
+        const bool nobody = AppPlatform::NobodyMayBeAsked();
+        const int tty = nobody ? -1 : AppPlatform::OpenTerminal();
         if (tty < 0) {
-            NSLog("<!> no display and no terminal to ask on; the question is declined.");
+            LogNote();
+            NSLog(nobody ? "<!> nobody may be asked (DEBIAN_FRONTEND=noninteractive); the question "
+                           "is declined."
+                         : "<!> no display and no terminal to ask on; the question is declined.");
             actions_->closeAlertPanel(nullptr);
             return;
         }
         const void* answer = Ask(tty);
         AppPlatform::CloseTerminal(tty);
+        LogNote(); // only now: nothing may stand before the question
+        if (answer != defaultButton()) {
+            NSLog("[i] the consent question was declined on the terminal.");
+        }
         actions_->closeAlertPanel(answer);
     }
 
@@ -53,8 +57,10 @@ public:
 private:
     // The button the person chose; end of input declines.
     const void* Ask(int tty) {
-        std::string question =
-            "\n" + title_ + "\n\n" + message_ + "\n\n  1) " + defaultTitle_ + "  [Enter]\n";
+        const std::size_t columns = static_cast<std::size_t>(AppPlatform::TerminalColumns(tty));
+        std::string question = "\n" + TextWrap::Wrap(title_, columns) + "\n\n" +
+                               TextWrap::Wrap(message_, columns) + "\n\n  1) " + defaultTitle_ +
+                               "  [Enter]\n";
         if (hasAlternate_) {
             question += "  2) " + alternateTitle_ + "\n";
         }
@@ -76,13 +82,20 @@ private:
         }
     }
 
+    void LogNote() const {
+        if (!note_.empty()) {
+            NSLog("%s", note_.c_str());
+        }
+    }
+
     AlertActions* actions_;
+    std::string note_; // why no display asked, logged after the answer
     std::string title_, message_, defaultTitle_, alternateTitle_;
     bool hasAlternate_ = false;
 };
 
 } // namespace
 
-std::unique_ptr<WindowSystem> CreateTerminalWindowSystem(AlertActions* actions) {
-    return std::make_unique<TerminalAlert>(actions);
+std::unique_ptr<WindowSystem> CreateTerminalWindowSystem(AlertActions* actions, std::string note) {
+    return std::make_unique<TerminalAlert>(actions, std::move(note));
 }

@@ -61,5 +61,7 @@ std::unique_ptr<WindowSystem> CreateDebconfWindowSystem(AlertActions* actions);
 
 // The question on the controlling terminal (message, then the two titles,
 // the default on Enter). With no terminal, or when nobody may be asked
-// (DEBIAN_FRONTEND=noninteractive), it declines at once.
-std::unique_ptr<WindowSystem> CreateTerminalWindowSystem(AlertActions* actions);
+// (DEBIAN_FRONTEND=noninteractive), it declines at once. `note`, when not
+// empty, is logged after the question was asked (why no panel showed).
+std::unique_ptr<WindowSystem> CreateTerminalWindowSystem(AlertActions* actions,
+                                                         std::string note = "");

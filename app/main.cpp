@@ -8,7 +8,8 @@
 #include <cstring>
 
 int main(int argc, char** argv) {
-    if (argc == 5 && std::strcmp(argv[1], DebconfQuestion::kChildArgument) == 0) {
+    if (argc == 2 + DebconfQuestion::kChildArgumentCount &&
+        std::strcmp(argv[1], DebconfQuestion::kChildArgument) == 0) {
         return DebconfQuestion::RunAsFrontendChild(argv + 2); // under a frontend we started
     }
     const std::optional<std::string> path = Bundle::mainBundle().pathForResource("Preferences");

@@ -17,7 +17,7 @@ packages=(
   qt6-base-dev qt6-wayland
   # the consent question under dpkg and apt (debconf itself is always there),
   # and debconf's protocol manual
-  debconf debconf-doc
+  debconf debconf-i18n debconf-doc
   # loopback test servers
   libcpp-httplib-dev libssl-dev openssl
   # transport tests: a real (authenticating) proxy, GNOME settings in a private D-Bus session

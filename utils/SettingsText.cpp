@@ -33,16 +33,13 @@ std::string LocaleName(const std::string& value) {
 }
 
 std::vector<std::string> LanguageTags(const std::string& languageList, const std::string& locale) {
-    if (locale.empty()) {
-        return {};
-    }
     std::vector<std::string> tags;
     for (const std::string& entry : TextPieces::Split(languageList, ':')) {
         if (!entry.empty()) {
             tags.push_back(entry);
         }
     }
-    if (tags.empty()) {
+    if (tags.empty() && !locale.empty()) {
         tags.push_back(locale);
     }
     for (std::string& tag : tags) {

@@ -19,7 +19,7 @@ std::string LocaleName(const std::string& value);
 // The user's languages as tags, most preferred first: the non-empty entries
 // of the colon list `languageList`, else `locale` alone; codeset and
 // modifier dropped and "_" written "-" ("en_US" gives "en-US"). Empty when
-// `locale` is empty, since gettext ignores LANGUAGE under the C locale.
+// both are empty; the caller leaves out the list where gettext ignores it.
 std::vector<std::string> LanguageTags(const std::string& languageList, const std::string& locale);
 
 // The value of `key` when `line` is "KEY=value", one pair of matching single

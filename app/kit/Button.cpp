@@ -6,6 +6,7 @@ Button::Button(QPushButton* button, View* superview) : View(button, superview), 
 
 void Button::setTitle(const std::string& title) {
     button_->setText(QString::fromStdString(title));
+    button_->setAccessibleName(button_->text()); // read out by screen readers
 }
 
 std::string Button::title() const {

@@ -10,6 +10,7 @@ TextField::TextField(QLabel* label, View* superview) : View(label, superview), l
 
 void TextField::setStringValue(const std::string& text) {
     label_->setText(QString::fromStdString(text));
+    label_->setAccessibleName(label_->text()); // read out by screen readers
 }
 
 NSSize TextField::cellSizeForBounds(const NSRect& bounds) const {

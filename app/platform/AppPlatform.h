@@ -78,12 +78,22 @@ bool HasDebconfFrontend();
 // not be started or ended by a signal.
 int RunUnderDebconfFrontend(const std::vector<std::string>& arguments);
 
-// The running executable's full path (empty when unknown).
+// The running executable's full path, links resolved (empty when unknown):
+// where the companion's own files are.
 std::string ExecutablePath();
+
+// The path the program was started from, as absolute path with its folders
+// resolved but the last name kept: a product's bundle may hold a link to
+// the companion's executable, and that bundle is the one to read. Falls
+// back to ExecutablePath().
+std::string LaunchPath();
 
 // The controlling terminal opened for reading and writing, or -1 when the
 // process has none. Read it with ReadLine, write it with WriteAll.
 int OpenTerminal();
+
+// The width of the terminal at `fd` in columns; 80 when it is not known.
+int TerminalColumns(int fd);
 
 // Closes a descriptor that OpenTerminal gave.
 void CloseTerminal(int fd);

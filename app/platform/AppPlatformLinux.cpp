@@ -3,6 +3,8 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
+#include <sys/auxv.h>
+#include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <sys/time.h>
 #include <sys/wait.h>
@@ -151,8 +153,30 @@ std::string ExecutablePath() {
     return length > 0 ? std::string(path, static_cast<std::size_t>(length)) : "";
 }
 
+std::string LaunchPath() {
+    // AT_EXECFN is the name handed to execve(), before the kernel followed
+    // any link; the folders are resolved now, before anything changes the
+    // working directory.
+    const char* started = reinterpret_cast<const char*>(getauxval(AT_EXECFN));
+    if (started == nullptr || *started == '\0') {
+        return ExecutablePath();
+    }
+    const std::string path = started;
+    char resolved[PATH_MAX];
+    if (realpath(Folder(path).c_str(), resolved) == nullptr) {
+        return ExecutablePath();
+    }
+    const std::string folder = resolved;
+    return (folder == "/" ? "" : folder) + "/" + path.substr(path.find_last_of('/') + 1);
+}
+
 int OpenTerminal() {
     return open("/dev/tty", O_RDWR | O_NOCTTY | O_CLOEXEC);
+}
+
+int TerminalColumns(int fd) {
+    winsize size{};
+    return ioctl(fd, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : 80;
 }
 
 void CloseTerminal(int fd) {

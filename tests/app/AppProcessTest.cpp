@@ -30,6 +30,7 @@ struct Launch {
     std::string prompt = "> ";         // typed once this has been shown
     std::map<std::string, std::string> env = {};
     std::function<void()> beforeAnswer = {}; // done while the question waits
+    unsigned short columns = 80;             // the terminal's width
 };
 
 struct Outcome {
@@ -72,11 +73,12 @@ protected:
     // manager, apart from what `run.env` sets.
     Outcome Start(const Launch& run = {}, const std::vector<std::string>& command = {}) {
         int output = -1;
-        const pid_t pid = run.answer ? forkpty(&output, nullptr, nullptr, nullptr) : Spawn(&output);
+        winsize size{24, run.columns, 0, 0};
+        const pid_t pid = run.answer ? forkpty(&output, nullptr, nullptr, &size) : Spawn(&output);
         if (pid == 0) {
             for (const char* name :
                  {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM", "LANGUAGE", "DEBIAN_FRONTEND",
-                  "DEBIAN_HAS_FRONTEND", "DEBCONF_REDIR", "DPKG_MAINTSCRIPT_PACKAGE"}) {
+                  "DEBIAN_HAS_FRONTEND", "DEBCONF_REDIR", "DPKG_MAINTSCRIPT_PACKAGE", "LC_ALL"}) {
                 unsetenv(name);
             }
             setenv("LANG", "C", 1);
@@ -272,6 +274,14 @@ TEST_F(AppProcess, EveryWayOfAsking) {
     const std::string en = "Quorvel is about to be installed on this computer.";
     const std::function<void()> nothing = [] {};
     const Launch decline{std::string("2\n")};
+    Launch german = debconf("readline", "nein\n", true);
+    german.env["LC_ALL"] = "C.UTF-8";
+    german.env["LANGUAGE"] = "de";
+    german.prompt = "[ja/nein]";
+    Launch narrow{std::string("2\n")};
+    narrow.columns = 40;
+    const std::string consent =
+        "To consent ahead of time: echo \"quorvel quorvel/consent boolean true\"";
     const struct {
         Launch launch;
         std::function<void()> setup; // the shared property list, debconf's database
@@ -279,9 +289,18 @@ TEST_F(AppProcess, EveryWayOfAsking) {
         std::vector<std::string> shown;        // in the output; "!text": not in it
         std::vector<std::string> command = {}; // none: the app itself
     } cases[] = {
-        {debconf("noninteractive", std::nullopt, false), nothing, 1, {"![yes/no]"}, postinst},
+        {debconf("noninteractive", std::nullopt, false),
+         nothing,
+         1,
+         {"![yes/no]", "nobody could be asked", consent},
+         postinst},
         {debconf("noninteractive", std::nullopt, false), preseed("true"), 0, {}, postinst},
-        {debconf("readline", std::nullopt, false), preseed("false"), 1, {"![yes/no]"}, postinst},
+        {debconf("readline", std::nullopt, false),
+         preseed("false"),
+         1,
+         {"![yes/no]", "answered no ahead of time", consent},
+         postinst},
+        {german, nothing, 1, {"Quorvel installieren?", "was declined", consent}},
         {debconf("noninteractive", std::nullopt, true), preseed("true"), 0, {}},
         {debconf("readline", "yes\n", true), lproj("de"), 0, {"Quorvel installieren?"}},
         {debconf("readline", "no\n", true), lproj("fr"), 1, {"Installer Quorvel\u00a0?"}},
@@ -297,7 +316,11 @@ TEST_F(AppProcess, EveryWayOfAsking) {
          nothing,
          1,
          {"nobody may be asked", "!" + en}},
-        {{std::string("\n"), "> ", deadDisplays}, nothing, 0, {"no display could be opened", en}},
+        {{std::string("\n"), "> ", deadDisplays},
+         nothing,
+         0,
+         {"no display could be opened", en, "!qt.qpa"}},
+        {narrow, nothing, 1, {"Quorvel is about to be installed on this\r\ncomputer."}},
         {{std::string(63, ' ') + "2\n"}, nothing, 1, {none, "Continue", "Cancel"}},
         {{std::string(3000, 'x') + "\n2\n"}, nothing, 1, {}}, // not an answer: asked again
         {{std::string(" 1 \n")}, nothing, 0, {}},
@@ -314,14 +337,20 @@ TEST_F(AppProcess, EveryWayOfAsking) {
     };
     std::ofstream(scratch / "lproj") << "{ InstallerLproj = de; }";
     for (const auto& c : cases) {
-        fs::remove(marker);
         fs::remove(kSharedPlist);
         fs::remove(database);
+        std::ofstream(marker).flush(); // stale, from an earlier run: a decline leaves none
         c.setup();
         const Outcome run = Start(c.launch, c.command);
         const std::string label = run.output.substr(0, 2000);
         EXPECT_EQ(run.status, c.status) << label;
+        EXPECT_EQ(fs::exists(fs::symlink_status(marker)), c.status == 0) << label;
         EXPECT_EQ(MarkerIsEmptyFile(), c.status == 0) << label;
+        // A display that does not open says so only after the terminal's question.
+        const std::size_t noDisplay = run.output.find("no display could be opened");
+        if (c.launch.answer && noDisplay != std::string::npos) {
+            EXPECT_LT(run.output.find("1) "), noDisplay) << label;
+        }
         for (const std::string& text : c.shown) {
             const bool absent = text[0] == '!';
             EXPECT_EQ(run.output.find(text.substr(absent)) == std::string::npos, absent)
@@ -332,9 +361,38 @@ TEST_F(AppProcess, EveryWayOfAsking) {
         if (c.launch.env.count("DEBCONF_DB_REPLACE") != 0) {
             std::ifstream file(database);
             const std::string stored((std::istreambuf_iterator<char>(file)), {});
-            EXPECT_EQ(stored.find("Flags: seen") != std::string::npos, c.status == 0) << stored;
+            const std::size_t record = stored.find("Name: quorvel/consent\n");
+            const std::string question =
+                record == std::string::npos
+                    ? ""
+                    : stored.substr(record, stored.find("\n\n", record) - record);
+            EXPECT_EQ(question.find("Flags: seen") != std::string::npos, c.status == 0) << stored;
         }
     }
+}
+
+// A product's bundle whose executable is a link to the companion's: the
+// product's Preferences and strings are read, the companion's plug-in is
+// found beside the real executable.
+TEST_F(AppProcess, ProductBundleLinkedToTheCompanion) {
+    SetPreferences("OperationType = 7;"); // the companion's own bundle asks nothing
+    const std::string product = scratch / "Product.app/Contents";
+    fs::create_directories(product + "/MacOS");
+    fs::create_directories(product + "/Resources/en.lproj");
+    fs::create_symlink(app, product + "/MacOS/QuorvelInstaller");
+    const std::string productMarker = marker + "-product";
+    scratch.Write("Product.app/Contents/Resources/Preferences",
+                  Preferences(kConsent, productMarker.substr(5)));
+    scratch.Write("Product.app/Contents/Resources/en.lproj/Localizable.strings",
+                  "IDS_UI_CONSENT_MESSAGE = \"Install the product?\";");
+    const Outcome run = Start({std::string("1\n"), "> ", {{"DISPLAY", ":1021"}}},
+                              {product + "/MacOS/QuorvelInstaller"});
+    EXPECT_EQ(run.status, 0) << run.output;
+    EXPECT_NE(run.output.find("Install the product?"), std::string::npos) << run.output;
+    EXPECT_NE(run.output.find("no display could be opened"), std::string::npos) << run.output;
+    EXPECT_TRUE(fs::is_regular_file(productMarker));
+    EXPECT_FALSE(fs::exists(marker));
+    fs::remove(productMarker);
 }
 
 } // namespace

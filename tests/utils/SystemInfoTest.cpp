@@ -30,7 +30,7 @@ TEST(UserSettings, CountryAndLanguageComeFromTheLocaleVariables) {
         {unset, unset, "en_", unset, "en", "en-"},            {unset, unset, "en_US_POSIX", unset, "US_POSIX", "en-US-POSIX"},
         {unset, unset, "de_AT@euro", "ja:de", "AT", "ja"},    {unset, unset, "de_DE", ":fr_CA:", "DE", "fr-CA"},
         {"fr_FR", "it_IT", "de_DE", unset, "FR", "fr-FR"},    {"", "it_IT", "de_DE", unset, "IT", "it-IT"},
-        {"C", unset, "de_DE", "ja", "", ""},                  {unset, unset, "C.UTF-8", "ja", "", ""},
+        {"C", unset, "de_DE", "ja", "", ""},                  {unset, unset, "C.UTF-8", "ja", "", "ja"},
         {unset, unset, "POSIX", unset, "", ""},               {unset, unset, unset, "ja", "", ""},
     };
     // clang-format on

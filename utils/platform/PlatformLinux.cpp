@@ -67,18 +67,31 @@ std::vector<std::string> gOsReleaseFiles = {"/etc/os-release", "/usr/lib/os-rele
 
 } // namespace
 
-std::string UserLocale() {
+namespace {
+
+// The messages locale as set, codeset and all ("C.UTF-8"); empty when unset.
+std::string MessagesLocaleVariable() {
     for (const char* name : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
-        const std::string locale = Environment(name);
+        std::string locale = Environment(name);
         if (!locale.empty()) {
-            return SettingsText::LocaleName(locale);
+            return locale;
         }
     }
     return "";
 }
 
+} // namespace
+
+std::string UserLocale() {
+    return SettingsText::LocaleName(MessagesLocaleVariable());
+}
+
 std::vector<std::string> UserLanguages() {
-    return SettingsText::LanguageTags(Environment("LANGUAGE"), UserLocale());
+    // gettext's rule, which apt and dpkg follow: LANGUAGE counts unless the
+    // locale is plain C, so "C.UTF-8" with LANGUAGE=de speaks German.
+    const std::string locale = MessagesLocaleVariable();
+    const bool plainC = locale.empty() || locale == "C" || locale == "POSIX";
+    return SettingsText::LanguageTags(plainC ? "" : Environment("LANGUAGE"), UserLocale());
 }
 
 int ProcessorTypeCodeForMachine(const std::string& machine) {

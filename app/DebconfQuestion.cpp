@@ -75,8 +75,9 @@ DebconfQuestion::Answer DebconfQuestion::AskQuestion(const Texts& texts) {
                 Argument(TextWrap::Wrap(texts.message, kMessageColumns)));
     const bool showMessage = substituted && substituted->code == kSuccess;
     const std::optional<Reply> seen = Command("FGET " + question + " seen");
-    const bool seenBefore =
-        seen && (seen->code == kSuccess || seen->code == kEscapedData) && seen->text == "true";
+    // Under dpkg-reconfigure a seen question is asked again, message and all.
+    const bool seenBefore = seen && (seen->code == kSuccess || seen->code == kEscapedData) &&
+                            seen->text == "true" && !AppPlatform::DebconfReshowsQuestions();
     if (!seenBefore && showMessage) {
         Command("FSET " + message + " seen false"); // shown with the question, every time
         Command("INPUT high " + message);

@@ -30,6 +30,10 @@ enum class Installer {
 // The package manager around this process, from its environment.
 Installer CurrentInstaller();
 
+// True when debconf shows questions again even when they were seen
+// (dpkg-reconfigure sets DEBCONF_RECONFIGURE).
+bool DebconfReshowsQuestions();
+
 // True when the environment says that nobody may be asked
 // (DEBIAN_FRONTEND=noninteractive).
 bool NobodyMayBeAsked();

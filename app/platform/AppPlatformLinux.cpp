@@ -56,6 +56,10 @@ Installer CurrentInstaller() {
     return IsSet("DPKG_MAINTSCRIPT_PACKAGE") ? Installer::kMaintainerScript : Installer::kNone;
 }
 
+bool DebconfReshowsQuestions() {
+    return IsSet("DEBCONF_RECONFIGURE");
+}
+
 bool NobodyMayBeAsked() {
     return Platform::EnvironmentVariable("DEBIAN_FRONTEND") == "noninteractive";
 }

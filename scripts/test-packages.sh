@@ -44,6 +44,7 @@ echo "-- dpkg-buildpackage ${host_arch:+-a $host_arch }($(dpkg-parsechangelog -l
 build_options=(-b -us -uc)
 if [ -n "$host_arch" ]; then
     # The tests ran under emulation already.
+    # shellcheck disable=SC2054 # one option: the profiles' list
     build_options+=(-a "$host_arch" -Pcross,nocheck)
     export DEB_BUILD_OPTIONS="nocheck ${DEB_BUILD_OPTIONS:-}"
 fi

@@ -32,6 +32,10 @@ install(FILES ${PROJECT_BINARY_DIR}/quorvel.pc DESTINATION ${CMAKE_INSTALL_LIBDI
 
 install(DIRECTORY ${PROJECT_BINARY_DIR}/docs/html DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT dev OPTIONAL)
 
+if(NOT QUORVEL_BUILD_APP)
+    return()
+endif()
+
 # The bundle is assembled again from its parts, so that the binaries are
 # installed as targets (and stripped in packages). Its place does not follow
 # the multiarch library folder: the package installer starts it by this path.

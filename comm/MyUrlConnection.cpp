@@ -3,6 +3,7 @@
 #include <curl/curl.h>
 
 #include <memory>
+#include <system_error>
 
 #include "utils/platform/Platform.h"
 

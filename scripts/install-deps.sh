@@ -1,7 +1,9 @@
 #!/usr/bin/env bash
 # Installs every Debian package the project builds, tests and runs with.
 # Safe to run again: packages already present are left alone, and apt is
-# only asked when something is missing.
+# only asked when something is missing. The names exist in Debian 12 and 13.
+# With --list it only prints the names (scripts/test-platforms.sh builds its
+# clean systems from them).
 set -euo pipefail
 
 packages=(
@@ -25,10 +27,16 @@ packages=(
   # the one test that runs the panel under a real X server
   xvfb xauth fonts-dejavu-core
   # fuzzing
-  clang libclang-rt-14-dev
+  clang libclang-rt-dev
   # Debian packages of our own: the build, its checks, the API reference
-  dpkg-dev debhelper devscripts lintian autopkgtest doxygen pkgconf
+  # (dpkg-checkbuilddeps wants build-essential)
+  build-essential dpkg-dev debhelper devscripts lintian autopkgtest doxygen pkgconf
 )
+
+if [ "${1:-}" = --list ]; then
+  printf '%s\n' "${packages[@]}"
+  exit 0
+fi
 
 missing=()
 for p in "${packages[@]}"; do

@@ -6,8 +6,18 @@
 # also when it fails. On a machine that others test on too, run it under
 # `flock /tmp/quorvel-app.lock`: it installs packages and runs the companion,
 # which writes the shared marker file.
+#
+# Packages are per release: the version gets the suffix ~debNNu1 of the
+# release it is built on (0.1.0~deb12u1 < 0.1.0~deb13u1 < 0.1.0), so an
+# upgrade from Debian 12 to 13 replaces them. With --host-arch ARCH (arm64)
+# the packages are cross-built for ARCH and checked with lintian only.
 set -euo pipefail
 cd "$(dirname "$0")/.."
+
+host_arch=""
+if [ "${1:-}" = --host-arch ]; then
+    host_arch="$2"
+fi
 
 packages=(libquorvel0 libquorvel-dev quorvel-installer-companion quorvel-diag)
 for package in "${packages[@]}"; do
@@ -22,9 +32,24 @@ trap 'rm -rf "$out"' EXIT
 mkdir "$out/quorvel"
 git ls-files -co --exclude-standard -z | tar -cf - --null -T - | tar -xf - -C "$out/quorvel"
 
-echo "-- dpkg-buildpackage"
+# The release's suffix, added to the copy's changelog: one changelog in the tree.
+. /etc/os-release
+if [ -n "${VERSION_ID:-}" ]; then
+    (cd "$out/quorvel" && DEBFULLNAME="Quorvel developers" DEBEMAIL="dev@quorvel.com" \
+        dch --local "~deb${VERSION_ID}u" --distribution "$VERSION_CODENAME" --force-distribution \
+        "Build for Debian $VERSION_ID." >/dev/null 2>&1)
+fi
+
+echo "-- dpkg-buildpackage ${host_arch:+-a $host_arch }($(dpkg-parsechangelog -l "$out/quorvel/debian/changelog" -S Version))"
+build_options=(-b -us -uc)
+if [ -n "$host_arch" ]; then
+    # The tests ran under emulation already.
+    # shellcheck disable=SC2054 # one option: the profiles' list
+    build_options+=(-a "$host_arch" -Pcross,nocheck)
+    export DEB_BUILD_OPTIONS="nocheck ${DEB_BUILD_OPTIONS:-}"
+fi
 if ! (cd "$out/quorvel" && DEB_BUILD_OPTIONS="parallel=$(nproc) ${DEB_BUILD_OPTIONS:-}" \
-        dpkg-buildpackage -b -us -uc >"$out/build.log" 2>&1); then
+        dpkg-buildpackage "${build_options[@]}" >"$out/build.log" 2>&1); then
     tail -n 40 "$out/build.log" >&2
     exit 1
 fi
@@ -45,6 +70,7 @@ if printf '%s\n' "$report" | grep -q '^[EW]: '; then
     exit 1
 fi
 echo "   no errors, no warnings"
+[ -z "$host_arch" ] || exit 0
 
 echo "-- autopkgtest (installs the packages here, purges them afterwards)"
 state() {

@@ -27,7 +27,7 @@ public:
     void ReportRuns(const std::vector<Run>& runs) override {
         for (const Run& run : runs) {
             const bool median = run.run_type == Run::RT_Aggregate && run.aggregate_name == "median";
-            if ((run.run_type == Run::RT_Iteration || median) && !run.error_occurred) {
+            if ((run.run_type == Run::RT_Iteration || median) && !Skipped(run, 0)) {
                 std::string name = WithoutSuffix(run.run_name.str());
                 if (median || medians_.count(name) == 0) {
                     seconds_[name] =
@@ -61,6 +61,16 @@ public:
     }
 
 private:
+    // Whether a run has no time to compare: Google Benchmark 1.7 says so in
+    // `error_occurred`, 1.8 and later in `skipped`; the member present decides.
+    template <typename R>
+    static auto Skipped(const R& run, int) -> decltype(static_cast<bool>(run.error_occurred)) {
+        return run.error_occurred;
+    }
+    template <typename R> static bool Skipped(const R& run, long) {
+        return static_cast<int>(run.skipped) != 0;
+    }
+
     // The name as registered, without the options Google Benchmark appends.
     static std::string WithoutSuffix(std::string name) {
         for (const char* option : {"/iterations:", "/min_time:", "/real_time"}) {

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <climits>
+#include <cstdint>
 #include <memory>
 #include <vector>
 
@@ -12,8 +13,14 @@ namespace {
 
 using fn::fn_wstring;
 
-fn_wstring Wide(std::initializer_list<wchar_t> elements) {
-    return fn_wstring(elements);
+// Elements by their signed 32-bit value, which `wchar_t` braces cannot take
+// where it is unsigned (arm64).
+fn_wstring Wide(std::initializer_list<std::int32_t> elements) {
+    fn_wstring out;
+    for (const std::int32_t element : elements) {
+        out.push_back(static_cast<wchar_t>(element));
+    }
+    return out;
 }
 std::string Bytes(std::initializer_list<unsigned char> bytes) {
     return std::string(bytes.begin(), bytes.end());
@@ -99,8 +106,18 @@ TEST(Utf8Conversion, EveryKernelMatchesTheScalarOne) {
                                   "\xE2\x82", "\xF0\x9F", std::string(1, '\0'), "\xC0\x80", "\x7F",
                                   "\xDF\xBF\xEF\xBF\xBF\xC3\xA9", "\xC3\xC3\xA9", "\xE2\xC3\xA9", "\xFF\xFF\xFF\xFF\xFF"};
     // clang-format on
-    const wchar_t elements[] = {0x80,    0x7FF, 0x800, 0x20AC, 0xFFFF,  0x10000,
-                                0x1F600, -1,    0,     0x7F,   INT_MIN, 0xD83D};
+    const wchar_t elements[] = {0x80,
+                                0x7FF,
+                                0x800,
+                                0x20AC,
+                                0xFFFF,
+                                0x10000,
+                                0x1F600,
+                                static_cast<wchar_t>(-1),
+                                0,
+                                0x7F,
+                                static_cast<wchar_t>(INT_MIN),
+                                0xD83D};
     std::string longText;
     fn_wstring longWide;
     for (std::size_t i = 0; longText.size() < 150000; ++i) { // more than two decoding steps
@@ -143,6 +160,68 @@ TEST(Utf8Conversion, EveryKernelMatchesTheScalarOne) {
         EXPECT_EQ(Utils::utf8towstring(longText), ScalarDecode(longText));
         EXPECT_EQ(Utils::wstring2utf8(longWide), ScalarEncode(longWide));
         EXPECT_EQ(Utils::utf8towstring(euros), fn_wstring(100000, 0x20AC));
+    });
+}
+
+// Ten thousand generated cases, the same on every processor, and a digest of
+// every result fixed here: x86-64 and arm64 (where char and wchar_t are
+// unsigned) are held to the same bytes, by every kernel version.
+TEST(ByteWiseConversion, GeneratedCasesGiveTheSameBytesOnEveryProcessor) {
+    EXPECT_EQ(Utils::wstring2utf8(Utils::string2wstring("\xE9")), "i");
+    EXPECT_LT(Utils::string2wstring("\xE9"), Utils::string2wstring("A"));
+    OnEveryPath([] {
+        std::uint64_t state = 0x9E3779B97F4A7C15u; // xorshift64
+        const auto next = [&state] {
+            state ^= state << 13;
+            state ^= state >> 7;
+            state ^= state << 17;
+            return state;
+        };
+        std::uint64_t digest = 0xCBF29CE484222325u; // FNV-1a over every result
+        const auto mix = [&digest](std::uint32_t value, int bytes) {
+            for (int k = 0; k < bytes; ++k) {
+                digest = (digest ^ ((value >> (8 * k)) & 0xFF)) * 0x100000001B3u;
+            }
+        };
+        const auto mixBytes = [&mix](const std::string& text) {
+            mix(static_cast<std::uint32_t>(text.size()), 4);
+            for (const char c : text) {
+                mix(static_cast<unsigned char>(c), 1);
+            }
+        };
+        const auto mixWide = [&mix](const fn_wstring& text) {
+            mix(static_cast<std::uint32_t>(text.size()), 4);
+            for (const wchar_t element : text) {
+                mix(static_cast<std::uint32_t>(element), 4);
+            }
+        };
+        for (int i = 0; i < 10000; ++i) {
+            std::string bytes;
+            fn_wstring wide;
+            for (std::uint64_t n = next() % 24; n > 0; --n) {
+                const std::uint64_t r = next();
+                bytes.push_back(static_cast<char>(r & 0xFF));
+                // Every range: any 32-bit value, sign-extended bytes, the BMP, two-byte values.
+                const std::uint32_t ranges[] = {
+                    static_cast<std::uint32_t>(r >> 32),
+                    static_cast<std::uint32_t>(static_cast<std::int8_t>(r >> 8)),
+                    static_cast<std::uint32_t>(r >> 16) & 0xFFFF,
+                    static_cast<std::uint32_t>(r >> 16) & 0x7FF};
+                wide.push_back(static_cast<wchar_t>(ranges[(r >> 40) % 4]));
+            }
+            const fn_wstring widened = Utils::string2wstring(bytes);
+            mixWide(widened);
+            mixBytes(Utils::wstring2utf8(widened));
+            mixWide(Utils::utf8towstring(bytes));
+            mixBytes(Utils::wstring2utf8(wide));
+            mixBytes(Utils::wstring2string(wide));
+            mix(static_cast<std::uint32_t>(Utils::wstring2int(wide)), 4);
+            mix(static_cast<std::uint32_t>(widened.compare(wide) < 0 ? 1
+                                           : widened == wide         ? 2
+                                                                     : 3),
+                1);
+        }
+        EXPECT_EQ(digest, 0xA47191B4EA9DCAEu);
     });
 }
 

@@ -5,6 +5,7 @@
 #include <iostream>
 #include <iterator>
 #include <sstream>
+#include <system_error>
 
 #include "comm/CommunicationLibrary.h"
 #include "comm/ProxySetting.h"

@@ -59,14 +59,17 @@ std::size_t EncodeOne(wchar_t v, char* out) {
     return 0; // no four-byte forms: dropped
 }
 
-kernelchoice::Choice<Kernels>& Versions() {
+const kernelchoice::Family<Kernels>& Versions() {
     static constexpr Kernels kScalar = {DecodeScalar, EncodeScalar};
 #if defined(__x86_64__)
-    static constexpr Kernels kSse2 = {DecodeSse2, EncodeSse2};
-    static constexpr Kernels kAvx2 = {DecodeAvx2, EncodeAvx2};
-    static kernelchoice::Choice<Kernels> versions(&kScalar, &kSse2, &kAvx2);
+    static const kernelchoice::Family<Kernels> versions(
+        {&kScalar, &kSse2, &kAvx2, nullptr, nullptr});
+#elif defined(__aarch64__)
+    static const kernelchoice::Family<Kernels> versions(
+        {&kScalar, nullptr, nullptr, nullptr, &kNeon});
 #else
-    static kernelchoice::Choice<Kernels> versions(&kScalar, nullptr, nullptr);
+    static const kernelchoice::Family<Kernels> versions(
+        {&kScalar, nullptr, nullptr, nullptr, nullptr});
 #endif
     return versions;
 }
@@ -99,10 +102,6 @@ std::size_t EncodeScalar(const wchar_t* in, std::size_t count, char* out) {
 
 const Kernels& Active() {
     return Versions().Active();
-}
-
-bool Select(Isa isa) {
-    return Versions().Select(isa);
 }
 
 } // namespace utf8kernels

@@ -126,10 +126,8 @@ std::size_t EncodeEight(__m256i v, char* out) {
     return o;
 }
 
-} // namespace
-
-DecodeResult DecodeAvx2(const unsigned char* s, std::size_t n, std::size_t from, std::size_t limit,
-                        wchar_t* out) {
+DecodeResult Decode(const unsigned char* s, std::size_t n, std::size_t from, std::size_t limit,
+                    wchar_t* out) {
     const auto widen = [s, limit](std::size_t i, wchar_t* dst) -> std::size_t {
         if (i + 32 > limit ||
             !PlainAscii32(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(s + i)))) {
@@ -145,7 +143,7 @@ DecodeResult DecodeAvx2(const unsigned char* s, std::size_t n, std::size_t from,
     return DecodeBlocks(s, n, from, limit, out, widen, pack);
 }
 
-std::size_t EncodeAvx2(const wchar_t* in, std::size_t count, char* out) {
+std::size_t Encode(const wchar_t* in, std::size_t count, char* out) {
     const __m256i notAscii = _mm256_set1_epi32(~0x7F);
     const __m256i order = _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7);
     std::size_t i = 0;
@@ -173,6 +171,10 @@ std::size_t EncodeAvx2(const wchar_t* in, std::size_t count, char* out) {
     }
     return o + EncodeScalar(in + i, count - i, out + o);
 }
+
+} // namespace
+
+extern const Kernels kAvx2 = {Decode, Encode};
 
 } // namespace utf8kernels
 #endif

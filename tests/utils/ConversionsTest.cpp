@@ -30,9 +30,9 @@ TEST(ByteWiseConversion, SignExtendsAndNarrowsToTheLowByte) {
 // Each kernel version this processor can run, forced in turn; the best one
 // stays in use afterwards.
 template <typename Body> void OnEveryPath(Body body) {
-    for (const utf8kernels::Isa isa : kernelchoice::SupportedIsas()) {
-        ASSERT_TRUE(utf8kernels::Select(isa));
-        SCOPED_TRACE("kernel set " + std::to_string(static_cast<int>(isa)));
+    for (const kernelchoice::Isa isa : kernelchoice::SupportedIsas()) {
+        ASSERT_TRUE(kernelchoice::Force(isa));
+        SCOPED_TRACE(kernelchoice::Name(isa));
         body();
     }
 }

@@ -56,9 +56,9 @@ TEST(XMLReferences, DecodesAndEncodesAsDocumented) {
 // Each scan version this processor can run, forced in turn; the best one
 // stays in use afterwards.
 template <typename Body> void OnEveryPath(Body body) {
-    for (const xmlscan::Isa isa : kernelchoice::SupportedIsas()) {
-        ASSERT_TRUE(xmlscan::Select(isa));
-        SCOPED_TRACE("scan set " + std::to_string(static_cast<int>(isa)));
+    for (const kernelchoice::Isa isa : kernelchoice::SupportedIsas()) {
+        ASSERT_TRUE(kernelchoice::Force(isa));
+        SCOPED_TRACE(kernelchoice::Name(isa));
         body();
     }
 }

@@ -23,7 +23,7 @@ struct DecodeResult {
 // Spare elements a decoder may scribble on behind the ones it writes.
 constexpr std::size_t kDecodeSlack = 16;
 // Spare bytes an encoder may scribble on behind the ones it writes.
-constexpr std::size_t kEncodeSlack = 32;
+constexpr std::size_t kEncodeSlack = 64;
 
 // Decodes the sequences of the `n` bytes at `s` that start at `from` and
 // before `limit` (at most `n`) into `out`, which has room for

@@ -1,7 +1,7 @@
 // The AVX-512 UTF-8 kernels (AVX-512BW, VBMI2 and BMI2). Decoding works on
 // sixty-four bytes a step: it finds where the sequences start from the lead
-// bytes, computes a value at every byte in 16-bit lanes and keeps those at
-// the starts with one compress instruction per half. Encoding builds every
+// bytes, moves each start's bytes together with compress instructions and
+// computes the values of thirty-two sequences at a time in 16-bit lanes. Encoding builds every
 // element's UTF-8 form in its own 32-bit lane and squeezes out the unused
 // bytes with one byte compress for sixteen elements. Compiled for those
 // instruction sets and used only when the processor has them.
@@ -23,18 +23,15 @@ void WidenAscii(const unsigned char* p, wchar_t* out) {
     }
 }
 
-// The values of the sequences of one, two or three bytes that would start at
-// each of the thirty-two bytes at `p` (two more readable), in 16-bit lanes;
-// `two` and `three` mark the lead bytes of two and three bytes.
-__m512i ValuesAt(const unsigned char* p, __mmask32 two, __mmask32 three) {
-    const auto load = [p](int offset) {
-        return _mm512_cvtepu8_epi16(
-            _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p + offset)));
-    };
-    const __m512i b0 = load(0);
+// The values of thirty-two sequences of one, two or three bytes in 16-bit
+// lanes, from their lead bytes and the two bytes behind each.
+__m512i Values(__m256i leads, __m256i next1, __m256i next2) {
+    const __m512i b0 = _mm512_cvtepu8_epi16(leads);
     const __m512i low6 = _mm512_set1_epi16(0x3F);
-    const __m512i c1 = _mm512_and_si512(load(1), low6);
-    const __m512i c2 = _mm512_and_si512(load(2), low6);
+    const __m512i c1 = _mm512_and_si512(_mm512_cvtepu8_epi16(next1), low6);
+    const __m512i c2 = _mm512_and_si512(_mm512_cvtepu8_epi16(next2), low6);
+    const __mmask32 two = _mm512_cmpge_epu16_mask(b0, _mm512_set1_epi16(0xC0));
+    const __mmask32 three = _mm512_cmpge_epu16_mask(b0, _mm512_set1_epi16(0xE0));
     const __m512i one = _mm512_and_si512(b0, _mm512_set1_epi16(0x7F));
     // (b0 << 6) & 0x7C0 | c1: the lead byte's low five bits above c1.
     const __m512i twoValue =
@@ -45,69 +42,95 @@ __m512i ValuesAt(const unsigned char* p, __mmask32 two, __mmask32 three) {
     return _mm512_mask_mov_epi16(_mm512_mask_mov_epi16(one, two, twoValue), three, threeValue);
 }
 
-// Writes the values of the lanes `starts` picks, widened; returns how many.
-// Writes thirty-two elements whatever the count: a branch on it would
-// mispredict on mixed text.
-std::size_t PackValues(__m512i values, __mmask32 starts, wchar_t* out) {
-    const __m512i packed = _mm512_maskz_compress_epi16(starts, values);
-    const auto count = static_cast<std::size_t>(_mm_popcnt_u32(starts));
-    _mm512_storeu_si512(out, _mm512_cvtepu16_epi32(_mm512_castsi512_si256(packed)));
-    _mm512_storeu_si512(out + 16, _mm512_cvtepu16_epi32(_mm512_extracti64x4_epi64(packed, 1)));
-    return count;
+// Writes thirty-two values widened; the caller counts those that matter.
+void StoreValues(__m512i values, wchar_t* out) {
+    _mm512_storeu_si512(out, _mm512_cvtepu16_epi32(_mm512_castsi512_si256(values)));
+    _mm512_storeu_si512(out + 16, _mm512_cvtepu16_epi32(_mm512_extracti64x4_epi64(values, 1)));
 }
 
+// The first `count` (at most 32) bits.
+__mmask32 FirstBits(std::size_t count) {
+    return static_cast<__mmask32>(_bzhi_u64(0xFFFFFFFFull, static_cast<unsigned>(count)));
+}
+
+// The blocks lie sixty-four bytes apart whatever they hold, so that finding
+// the next one never waits for the last; what links two blocks is `owned`:
+// the bytes at the start of a block that the previous block's last sequence
+// takes, whatever they are.
 DecodeResult Decode(const unsigned char* s, std::size_t n, std::size_t from, std::size_t limit,
                     wchar_t* out) {
     std::size_t i = from;
     std::size_t k = 0;
+    std::uint64_t owned = 0;
+    // Bit 0 when byte 0 of the block is known to start a sequence: a stray
+    // continuation byte there is a sequence of its own.
+    std::uint64_t fresh = 1;
     while (i + 64 <= limit && i + 66 <= n) {
         const __m512i bytes = _mm512_loadu_si512(s + i);
         const std::uint64_t high = _mm512_movepi8_mask(bytes);
         const std::uint64_t zeros = _mm512_testn_epi8_mask(bytes, bytes);
-        if ((high | zeros) == 0) {
+        if ((high | zeros | owned) == 0) {
             WidenAscii(s + i, out + k);
             i += 64;
             k += 64;
+            fresh = 0;
             continue;
         }
-        const std::uint64_t two = _mm512_cmpge_epu8_mask(bytes, _mm512_set1_epi8(char(0xC0)));
-        const std::uint64_t three = _mm512_cmpge_epu8_mask(bytes, _mm512_set1_epi8(char(0xE0)));
-        const std::uint64_t four = _mm512_cmpge_epu8_mask(bytes, _mm512_set1_epi8(char(0xF0)));
-        const std::uint64_t continuation = high & ~two;
-        // Byte 0 starts a sequence whatever it is: a stray continuation byte
-        // there is a sequence of its own.
-        const std::uint64_t misplaced = (continuation ^ ((two << 1) | (three << 2))) & ~1ull;
+        const std::uint64_t two =
+            _mm512_cmpge_epu8_mask(bytes, _mm512_set1_epi8(char(0xC0))) & ~owned;
+        const std::uint64_t three =
+            _mm512_cmpge_epu8_mask(bytes, _mm512_set1_epi8(char(0xE0))) & ~owned;
+        const std::uint64_t four =
+            _mm512_cmpge_epu8_mask(bytes, _mm512_set1_epi8(char(0xF0))) & ~owned;
+        const std::uint64_t continuation = high & ~two & ~owned;
+        const std::uint64_t misplaced = (continuation & ~fresh) ^ ((two << 1) | (three << 2));
+        const std::size_t start = i + _mm_popcnt_u64(owned);
         // The scalar kernel takes the sequences up to the first lead byte of
         // four bytes or misplaced continuation byte, where the starts depend
-        // on the walk from byte to byte; then the blocks go on.
+        // on the walk from byte to byte; then the blocks go on from there.
         if ((four | misplaced) != 0) {
             const std::size_t stop = i + __builtin_ctzll(four | misplaced) + 1;
-            const DecodeResult part = DecodeScalar(s, n, i, stop, out + k);
+            const DecodeResult part = DecodeScalar(s, n, start, stop, out + k);
             k += part.count;
             if (part.ended) {
                 return {part.next, k, true};
             }
             i = part.next;
+            owned = 0;
+            fresh = 1;
             continue;
         }
-        const std::uint64_t starts = ~continuation | 1u;
-        const __m512i low =
-            ValuesAt(s + i, static_cast<__mmask32>(two), static_cast<__mmask32>(three));
-        const __m512i upper = ValuesAt(s + i + 32, static_cast<__mmask32>(two >> 32),
-                                       static_cast<__mmask32>(three >> 32));
-        const std::uint64_t zeroValues =
-            (static_cast<std::uint64_t>(_mm512_testn_epi16_mask(upper, upper)) << 32 |
-             _mm512_testn_epi16_mask(low, low)) &
-            starts;
+        const std::uint64_t starts = (~continuation & ~owned) | fresh;
+        // Each start's lead byte and the two bytes behind it, moved together.
+        const __m512i leads = _mm512_maskz_compress_epi8(starts, bytes);
+        const __m512i next1 = _mm512_maskz_compress_epi8(starts, _mm512_loadu_si512(s + i + 1));
+        const __m512i next2 = _mm512_maskz_compress_epi8(starts, _mm512_loadu_si512(s + i + 2));
+        const auto count = static_cast<std::size_t>(_mm_popcnt_u64(starts));
+        const __m512i first = Values(_mm512_castsi512_si256(leads), _mm512_castsi512_si256(next1),
+                                     _mm512_castsi512_si256(next2));
+        __mmask32 zeroValues = _mm512_mask_testn_epi16_mask(FirstBits(count), first, first);
+        __m512i second = _mm512_setzero_si512();
+        if (count > 32) {
+            second =
+                Values(_mm512_extracti64x4_epi64(leads, 1), _mm512_extracti64x4_epi64(next1, 1),
+                       _mm512_extracti64x4_epi64(next2, 1));
+            zeroValues |= _mm512_mask_testn_epi16_mask(FirstBits(count - 32), second, second);
+        }
         if (zeroValues != 0) {
+            i = start;
+            owned = 0;
             break; // the scalar kernel stops at the 0
         }
-        k += PackValues(low, static_cast<__mmask32>(starts), out + k);
-        k += PackValues(upper, static_cast<__mmask32>(starts >> 32), out + k);
-        const unsigned last = 63u - static_cast<unsigned>(__builtin_clzll(starts));
-        i += last + 1 + (s[i + last] >= 0xC0) + (s[i + last] >= 0xE0);
+        StoreValues(first, out + k);
+        if (count > 32) {
+            StoreValues(second, out + k + 32);
+        }
+        k += count;
+        owned = (two >> 63) | (three >> 62);
+        fresh = 0;
+        i += 64;
     }
-    const DecodeResult rest = DecodeScalar(s, n, i, limit, out + k);
+    const DecodeResult rest = DecodeScalar(s, n, i + _mm_popcnt_u64(owned), limit, out + k);
     return {rest.next, k + rest.count, rest.ended};
 }
 

@@ -33,7 +33,7 @@ const kernelchoice::Family<Kernels>& Versions() {
     static constexpr Kernels kScalar = {EscapeScalar, DecodeScalar, RemoveScalar, FindScalar};
 #if defined(__x86_64__)
     static const kernelchoice::Family<Kernels> versions(
-        {&kScalar, &kSse2, &kAvx2, nullptr, nullptr});
+        {&kScalar, &kSse2, &kAvx2, &kAvx512, nullptr});
 #elif defined(__aarch64__)
     static const kernelchoice::Family<Kernels> versions(
         {&kScalar, nullptr, nullptr, nullptr, &kNeon});

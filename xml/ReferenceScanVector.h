@@ -3,10 +3,14 @@
 //
 //   V::kWidth                bytes per vector
 //   V::Load(p), V::Store(p, v)   unaligned
-//   V::Splat(c), V::Eq(a, b), V::Or(a, b), V::And(a, b)
-//   V::Mask(v)               one bit per byte, from each byte's top bit
-//   V::Count(v, mask)        how many bytes of `v` are 0xFF; `mask` is V::Mask(v)
-//   V::Specials(v)           0xFF for the bytes that need escaping, else 0
+//   V::Splat(c)              a vector of `c`
+//   V::Eq(a, b)              which bytes are equal: a vector of 0xFF or 0
+//                            bytes, or one bit per byte where the
+//                            instruction set compares into masks
+//   V::Or(a, b), V::And(a, b)    on results of Eq
+//   V::Mask(r)               one bit per byte of a result
+//   V::Count(r, mask)        how many bytes `r` marks; `mask` is V::Mask(r)
+//   V::Specials(v)           a result marking the bytes that need escaping
 //
 // The blocks are handled here and the rest is left to the scalar kernels;
 // what each kernel does is in ReferenceScan.h.
@@ -59,7 +63,7 @@ std::size_t Escape(const char* in, std::size_t n, std::size_t readable, char* ou
         std::size_t count = 0;
         for (std::size_t b = base; b < end; b += kWidth) {
             __builtin_prefetch(in + b + 2 * kSpan); // the prefetcher alone falls behind
-            const typename V::Vec specials = V::Specials(V::Load(in + b));
+            const auto specials = V::Specials(V::Load(in + b));
             std::uint64_t mask = V::Mask(specials);
             const std::size_t found = V::Count(specials, mask);
             const auto list = [&](std::size_t s) {
@@ -91,6 +95,36 @@ std::size_t Escape(const char* in, std::size_t n, std::size_t readable, char* ou
     return (w - out) + EscapeScalar(in + covered, n - covered, n - covered, w);
 }
 
+// The first `bytes` bytes at `p` (eight readable) as a number, the first
+// byte lowest.
+inline std::uint64_t Word(const char* p, unsigned bytes) {
+    std::uint64_t word;
+    std::memcpy(&word, p, 8);
+    return bytes == 8 ? word : word & ((std::uint64_t{1} << (8 * bytes)) - 1);
+}
+
+// `DecodeEntityAt` for a reference with at least sixteen bytes behind its
+// "&": every candidate is compared at once and the answer picked without a
+// branch, where the branches on which reference it is would mispredict on
+// most of them.
+inline std::size_t DecodeEntityAhead(const char* p, char* out) {
+    const bool amp = Word(p, 5) == Word("&amp;\0\0\0", 5);
+    const std::size_t used = amp ? 5 : 1;
+    const std::uint64_t name = Word(p + used, 8);
+    const std::uint64_t three = name & 0xFFFFFF;
+    char c = '&';
+    std::size_t length = used;
+    c = three == Word("gt;\0\0\0\0\0", 3) ? '>' : c;
+    c = three == Word("lt;\0\0\0\0\0", 3) ? '<' : c;
+    length = c != '&' ? used + 3 : length;
+    const bool apos = (name & 0xFFFFFFFFFF) == Word("apos;\0\0\0", 5);
+    c = apos ? '\'' : c;
+    length = apos ? used + 5 : length;
+    const bool quot = Word(p, 6) == Word("&quot;\0\0", 6);
+    *out = quot ? '"' : c;
+    return quot ? 6 : length;
+}
+
 // Plain bytes are stored a block at a time; each "&" is decoded by
 // `DecodeEntityAt`, and the scan goes on behind what it used.
 template <typename V> std::size_t Decode(const char* in, std::size_t n, char* out) {
@@ -109,7 +143,7 @@ template <typename V> std::size_t Decode(const char* in, std::size_t n, char* ou
         const std::size_t k = __builtin_ctzll(mask);
         w += k;
         i += k;
-        i += DecodeEntityAt(in + i, in + n, w++);
+        i += n - i >= 16 ? DecodeEntityAhead(in + i, w++) : DecodeEntityAt(in + i, in + n, w++);
     }
     return (w - out) + DecodeScalar(in + i, n - i, w);
 }

@@ -39,7 +39,10 @@ std::size_t DecodeOne(const unsigned char* s, std::size_t n, std::size_t i, wcha
 
 // Writes the UTF-8 form of `v` and returns its length: at most three bytes,
 // nothing at all for 0x10000 and above.
-std::size_t EncodeOne(wchar_t v, char* out) {
+std::size_t EncodeOne(wchar_t element, char* out) {
+    // Elements are signed 32-bit values on every processor, though arm64's
+    // wchar_t is unsigned.
+    const auto v = static_cast<std::int32_t>(element);
     const auto u = static_cast<std::uint32_t>(v);
     if (v <= 0x7F) {
         out[0] = static_cast<char>(u & 0x7F); // negative elements keep their low seven bits

@@ -103,8 +103,8 @@ inline std::uint64_t Word(const char* p, unsigned bytes) {
     return bytes == 8 ? word : word & ((std::uint64_t{1} << (8 * bytes)) - 1);
 }
 
-// `DecodeEntityAt` for a reference with at least sixteen bytes behind its
-// "&": every candidate is compared at once and the answer picked without a
+// `DecodeEntityAt` for a reference with at least sixteen bytes from its "&"
+// on: every candidate is compared at once and the answer picked without a
 // branch, where the branches on which reference it is would mispredict on
 // most of them.
 inline std::size_t DecodeEntityAhead(const char* p, char* out) {
@@ -125,27 +125,30 @@ inline std::size_t DecodeEntityAhead(const char* p, char* out) {
     return quot ? 6 : length;
 }
 
-// Plain bytes are stored a block at a time; each "&" is decoded by
-// `DecodeEntityAt`, and the scan goes on behind what it used.
+// The blocks lie a vector apart whatever they hold, and each block's "&"s
+// are decoded in turn from one comparison, the bytes before each copied
+// with one vector: where the next "&" is never waits for the last reference
+// to be decoded. A reference holds no "&" but its first, so the ones it
+// takes from the next block are never taken for references.
 template <typename V> std::size_t Decode(const char* in, std::size_t n, char* out) {
     const typename V::Vec amp = V::Splat('&');
     char* w = out;
-    std::size_t i = 0;
-    while (i + V::kWidth <= n) {
-        const typename V::Vec v = V::Load(in + i);
-        const auto mask = V::Mask(V::Eq(v, amp));
-        V::Store(w, v);
-        if (mask == 0) {
-            w += V::kWidth;
-            i += V::kWidth;
-            continue;
+    std::size_t done = 0; // where the bytes not yet written start
+    for (std::size_t i = 0; i + 2 * V::kWidth + 16 <= n; i += V::kWidth) {
+        std::uint64_t mask = V::Mask(V::Eq(V::Load(in + i), amp));
+        while (mask != 0) {
+            const std::size_t k = i + __builtin_ctzll(mask);
+            mask &= mask - 1;
+            V::Store(w, V::Load(in + done));
+            w += k - done;
+            done = k + DecodeEntityAhead(in + k, w++);
         }
-        const std::size_t k = __builtin_ctzll(mask);
-        w += k;
-        i += k;
-        i += n - i >= 16 ? DecodeEntityAhead(in + i, w++) : DecodeEntityAt(in + i, in + n, w++);
+        const std::size_t end = i + V::kWidth;
+        V::Store(w, V::Load(in + done));
+        w += done < end ? end - done : 0;
+        done = done < end ? end : done;
     }
-    return (w - out) + DecodeScalar(in + i, n - i, w);
+    return (w - out) + DecodeScalar(in + done, n - done, w);
 }
 
 // Copies the bytes from `*from` up to the next "&#" to `*w` and moves both

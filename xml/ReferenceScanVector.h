@@ -108,21 +108,18 @@ inline std::uint64_t Word(const char* p, unsigned bytes) {
 // branch, where the branches on which reference it is would mispredict on
 // most of them.
 inline std::size_t DecodeEntityAhead(const char* p, char* out) {
-    const bool amp = Word(p, 5) == Word("&amp;\0\0\0", 5);
-    const std::size_t used = amp ? 5 : 1;
+    const unsigned amp = Word(p, 5) == Word("&amp;\0\0\0", 5);
+    const std::size_t used = 1 + 4 * amp;
     const std::uint64_t name = Word(p + used, 8);
-    const std::uint64_t three = name & 0xFFFFFF;
-    char c = '&';
-    std::size_t length = used;
-    c = three == Word("gt;\0\0\0\0\0", 3) ? '>' : c;
-    c = three == Word("lt;\0\0\0\0\0", 3) ? '<' : c;
-    length = c != '&' ? used + 3 : length;
-    const bool apos = (name & 0xFFFFFFFFFF) == Word("apos;\0\0\0", 5);
-    c = apos ? '\'' : c;
-    length = apos ? used + 5 : length;
-    const bool quot = Word(p, 6) == Word("&quot;\0\0", 6);
-    *out = quot ? '"' : c;
-    return quot ? 6 : length;
+    // At most one of these holds; sums, not selections, so that the compiler
+    // keeps them free of branches.
+    const unsigned gt = (name & 0xFFFFFF) == Word("gt;\0\0\0\0\0", 3);
+    const unsigned lt = (name & 0xFFFFFF) == Word("lt;\0\0\0\0\0", 3);
+    const unsigned apos = (name & 0xFFFFFFFFFF) == Word("apos;\0\0\0", 5);
+    const unsigned quot = Word(p, 6) == Word("&quot;\0\0", 6); // then `used` is 1
+    *out = static_cast<char>('&' + gt * ('>' - '&') + lt * ('<' - '&') + apos * ('\'' - '&') +
+                             quot * ('"' - '&'));
+    return used + 3 * (gt + lt) + 5 * (apos + quot);
 }
 
 // The blocks lie a vector apart whatever they hold, and each block's "&"s
@@ -151,46 +148,56 @@ template <typename V> std::size_t Decode(const char* in, std::size_t n, char* ou
     return (w - out) + DecodeScalar(in + done, n - done, w);
 }
 
-// Copies the bytes from `*from` up to the next "&#" to `*w` and moves both
-// on; false when the blocks ran out before one was found.
-template <typename V>
-bool CopyToReference(const char* in, std::size_t n, std::size_t* from, char** w) {
-    const typename V::Vec amp = V::Splat('&');
-    const typename V::Vec hash = V::Splat('#');
-    for (std::size_t i = *from; i + V::kWidth + 1 <= n; i += V::kWidth) {
-        const typename V::Vec v = V::Load(in + i);
-        const auto mask = V::Mask(V::And(V::Eq(v, amp), V::Eq(V::Load(in + i + 1), hash)));
-        V::Store(*w, v);
-        if (mask != 0) {
-            const std::size_t k = __builtin_ctzll(mask);
-            *w += k;
-            *from = i + k;
-            return true;
+// The first ";" from `p` on, before `end`, or null: references are short, so
+// the next eight bytes are looked at first, at once.
+inline const char* FindSemicolon(const char* p, const char* end) {
+    if (end - p >= 8) {
+        const std::uint64_t x = Word(p, 8) ^ 0x3B3B3B3B3B3B3B3Bull; // ";" bytes become 0
+        // The lowest bit set marks the first 0 byte exactly.
+        const std::uint64_t zeros = (x - 0x0101010101010101ull) & ~x & 0x8080808080808080ull;
+        if (zeros != 0) {
+            return p + __builtin_ctzll(zeros) / 8;
         }
-        *w += V::kWidth;
-        *from = i + V::kWidth;
     }
-    return false;
+    return static_cast<const char*>(std::memchr(p, ';', end - p));
 }
 
-// Runs of bytes up to each "&#" are copied a block at a time; from each
-// reference on the rules of `RemoveFn` apply.
+// As `Decode`: the blocks lie a vector apart, each block's "&#"s are found
+// by one comparison and handled in turn, and the bytes before each are
+// copied with one vector. A "&#" inside a reference already removed is
+// passed over.
 template <typename V> std::size_t Remove(const char* in, std::size_t n, char* out) {
+    const typename V::Vec amp = V::Splat('&');
+    const typename V::Vec hash = V::Splat('#');
     char* w = out;
-    std::size_t work = 0;
-    while (n - work >= 2 && CopyToReference<V>(in, n, &work, &w)) {
-        if (work + 2 >= n) {
-            break; // a trailing "&#" stays
+    std::size_t done = 0; // where the bytes not yet written start
+    for (std::size_t i = 0; i + 2 * V::kWidth + 1 <= n; i += V::kWidth) {
+        std::uint64_t mask =
+            V::Mask(V::And(V::Eq(V::Load(in + i), amp), V::Eq(V::Load(in + i + 1), hash)));
+        while (mask != 0) {
+            const std::size_t k = i + __builtin_ctzll(mask);
+            mask &= mask - 1;
+            if (k < done) {
+                continue;
+            }
+            V::Store(w, V::Load(in + done));
+            w += k - done;
+            const char* semicolon = FindSemicolon(in + k + 2, in + n);
+            if (semicolon == nullptr) {
+                // Only the "&#" is lost, and the scan ends.
+                std::memcpy(w, in + k + 2, n - k - 2);
+                return (w - out) + (n - k - 2);
+            }
+            done = semicolon - in + 1;
         }
-        const void* semicolon = std::memchr(in + work + 2, ';', n - work - 2);
-        if (semicolon == nullptr) {
-            work += 2; // only the "&#" is lost, and the scan ends
-            std::memcpy(w, in + work, n - work);
-            return (w - out) + (n - work);
+        const std::size_t end = i + V::kWidth;
+        if (done < end) {
+            V::Store(w, V::Load(in + done));
+            w += end - done;
+            done = end;
         }
-        work = static_cast<const char*>(semicolon) - in + 1;
     }
-    return (w - out) + RemoveScalar(in + work, n - work, w);
+    return (w - out) + RemoveScalar(in + done, n - done, w);
 }
 
 // Candidates are the positions where the key's first and last bytes both

@@ -40,8 +40,8 @@ void CheckKernelsAgainstScalar(const std::string& bytes, const fn::fn_wstring& w
     std::string encodedActual(encodedExpected.size(), '\0');
     const std::size_t encodedSize =
         utf8kernels::EncodeScalar(wide.data(), wide.size(), encodedExpected.data());
-    for (const utf8kernels::Isa isa : kernelchoice::SupportedIsas()) {
-        Check(utf8kernels::Select(isa));
+    for (const kernelchoice::Isa isa : kernelchoice::SupportedIsas()) {
+        Check(kernelchoice::Force(isa));
         const utf8kernels::Kernels& kernels = utf8kernels::Active();
         for (const std::size_t limit : limits) {
             const utf8kernels::DecodeResult want =
@@ -58,11 +58,11 @@ void CheckKernelsAgainstScalar(const std::string& bytes, const fn::fn_wstring& w
 // The conversions themselves, with each kernel version in use, give what
 // they give with the scalar one.
 void CheckConversionsAgree(const std::string& bytes, const fn::fn_wstring& wide) {
-    utf8kernels::Select(utf8kernels::Isa::kScalar);
+    kernelchoice::Force(kernelchoice::Isa::kScalar);
     const fn::fn_wstring decoded = Utils::utf8towstring(bytes);
     const std::string encoded = Utils::wstring2utf8(wide);
-    for (const utf8kernels::Isa isa : kernelchoice::SupportedIsas()) {
-        utf8kernels::Select(isa);
+    for (const kernelchoice::Isa isa : kernelchoice::SupportedIsas()) {
+        kernelchoice::Force(isa);
         Check(Utils::utf8towstring(bytes) == decoded);
         Check(Utils::wstring2utf8(wide) == encoded);
     }

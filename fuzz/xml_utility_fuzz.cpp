@@ -55,10 +55,10 @@ std::string ScanResults(const std::string& text, const std::string& key,
 
 void CheckScansAgree(const std::string& text, const std::string& key,
                      const std::string& replacement) {
-    xmlscan::Select(xmlscan::Isa::kScalar);
+    kernelchoice::Force(kernelchoice::Isa::kScalar);
     const std::string expected = ScanResults(text, key, replacement);
-    for (const xmlscan::Isa isa : kernelchoice::SupportedIsas()) {
-        xmlscan::Select(isa);
+    for (const kernelchoice::Isa isa : kernelchoice::SupportedIsas()) {
+        kernelchoice::Force(isa);
         Check(ScanResults(text, key, replacement) == expected);
     }
 }

@@ -82,10 +82,16 @@ std::string wstring2utf8(const fn::fn_wstring& text) {
     constexpr std::size_t kStep = 1024; // elements a step, so that the bytes stay in cache
     char buffer[3 * kStep + utf8kernels::kEncodeSlack];
     std::string out;
-    out.reserve(text.size()); // exact for ASCII; grown as needed otherwise
     for (std::size_t i = 0; i < text.size(); i += kStep) {
         const std::size_t count = std::min(kStep, text.size() - i);
-        out.append(buffer, encode(text.data() + i, count, buffer));
+        const std::size_t written = encode(text.data() + i, count, buffer);
+        if (i == 0) {
+            // Sized once, from the first step's bytes per element and an
+            // eighth more: growing a large result step by step would copy it
+            // and fault in fresh pages each time.
+            out.reserve(written * (text.size() / count) + text.size() / 8 + 3 * kStep);
+        }
+        out.append(buffer, written);
     }
     return out;
 }

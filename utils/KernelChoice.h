@@ -1,68 +1,61 @@
-// The choice among the versions of a family of kernels (internal).
+// The choice among the versions of the vector kernels (internal).
 //
-// A family has a scalar reference and vector versions with the same
-// contract. The fastest version this processor and build can run is chosen
-// when the family is first used; tests and fuzzers force each version in
-// turn. Forcing is meant for single-threaded test programs.
+// Each family of kernels (the UTF-8 conversions, the XML scans) has a scalar
+// reference and vector versions with the same contract. One instruction set
+// is chosen for the whole process, the first time any family is used: the
+// best this processor and build can run, or the one QUORVEL_KERNEL names
+// (scalar, sse2, avx2, avx512 or neon) when it can run here. Tests and
+// fuzzers force each one in turn; forcing is meant for single-threaded test
+// programs.
 #pragma once
 
 #include <atomic>
+#include <string>
 #include <vector>
 
 namespace kernelchoice {
 
-// The instruction sets a family may have versions for, slowest first.
-enum class Isa { kScalar, kSse2, kAvx2 };
+// The instruction sets the families have versions for.
+enum class Isa { kScalar, kSse2, kAvx2, kAvx512, kNeon };
+constexpr int kIsaCount = 5;
+
+// QUORVEL_KERNEL's spelling of `isa`.
+const char* Name(Isa isa);
 
 // True when this processor and build can run `isa`'s kernels.
-inline bool Supported(Isa isa) {
-#if defined(__x86_64__)
-    __builtin_cpu_init(); // the choice may be made before static constructors have run
-    return isa != Isa::kAvx2 ||
-           (__builtin_cpu_supports("avx2") && __builtin_cpu_supports("popcnt"));
-#else
-    return isa == Isa::kScalar;
-#endif
-}
+bool Supported(Isa isa);
 
 // Every instruction set this processor and build can run, the best last:
 // what tests and fuzzers force in turn.
-inline std::vector<Isa> SupportedIsas() {
-    std::vector<Isa> isas;
-    for (const Isa isa : {Isa::kScalar, Isa::kSse2, Isa::kAvx2}) {
-        if (Supported(isa)) {
-            isas.push_back(isa);
-        }
-    }
-    return isas;
-}
+std::vector<Isa> SupportedIsas();
 
-// The version of one family in use, chosen the first time the family is
-// used; `Kernels` is the family's table of function pointers.
-template <typename Kernels> class Choice {
+// The instruction set in use; chosen on the first call.
+Isa InUse();
+
+// Puts `isa` in use for every family; false (and no change) when it cannot
+// run here. For tests and fuzzers.
+bool Force(Isa isa);
+
+// What is in use, for diagnosing a user's machine: the instruction set's
+// name, with what QUORVEL_KERNEL asked for when that could not be had.
+std::string Describe();
+
+// One family's versions, indexed by `Isa`; `Kernels` is the family's table
+// of function pointers. A version a build lacks is null, and the nearest
+// lower one serves in its place.
+template <typename Kernels> class Family {
 public:
-    // Versions a build does not have are null.
-    Choice(const Kernels* scalar, const Kernels* sse2, const Kernels* avx2)
-        : versions_{scalar, sse2, avx2}, inUse_(scalar) {
-        Select(Isa::kAvx2) || Select(Isa::kSse2);
+    explicit Family(const Kernels* const (&versions)[kIsaCount]) {
+        for (int i = 0; i < kIsaCount; ++i) {
+            versions_[i] = versions[i] != nullptr || i == 0 ? versions[i] : versions_[i - 1];
+        }
     }
 
     // The version in use.
-    const Kernels& Active() const { return *inUse_.load(std::memory_order_relaxed); }
-
-    // Puts `isa`'s version in use; false (and no change) when it cannot run here.
-    bool Select(Isa isa) {
-        const Kernels* version = versions_[static_cast<int>(isa)];
-        if (version == nullptr || !Supported(isa)) {
-            return false;
-        }
-        inUse_.store(version, std::memory_order_relaxed);
-        return true;
-    }
+    const Kernels& Active() const { return *versions_[static_cast<int>(InUse())]; }
 
 private:
-    const Kernels* versions_[3];
-    std::atomic<const Kernels*> inUse_;
+    const Kernels* versions_[kIsaCount];
 };
 
 } // namespace kernelchoice

@@ -40,8 +40,10 @@ std::size_t DecodeOne(const unsigned char* s, std::size_t n, std::size_t i, wcha
 // Writes the UTF-8 form of `v` and returns its length: at most three bytes,
 // nothing at all for 0x10000 and above.
 std::size_t EncodeOne(wchar_t element, char* out) {
-    const auto v = static_cast<std::int32_t>(element); // signed, also where wchar_t is not
-    const auto u = static_cast<std::uint32_t>(element);
+    // Elements are signed 32-bit values on every processor, though arm64's
+    // wchar_t is unsigned.
+    const auto v = static_cast<std::int32_t>(element);
+    const auto u = static_cast<std::uint32_t>(v);
     if (v <= 0x7F) {
         out[0] = static_cast<char>(u & 0x7F); // negative elements keep their low seven bits
         return 1;
@@ -60,14 +62,17 @@ std::size_t EncodeOne(wchar_t element, char* out) {
     return 0; // no four-byte forms: dropped
 }
 
-kernelchoice::Choice<Kernels>& Versions() {
+const kernelchoice::Family<Kernels>& Versions() {
     static constexpr Kernels kScalar = {DecodeScalar, EncodeScalar};
 #if defined(__x86_64__)
-    static constexpr Kernels kSse2 = {DecodeSse2, EncodeSse2};
-    static constexpr Kernels kAvx2 = {DecodeAvx2, EncodeAvx2};
-    static kernelchoice::Choice<Kernels> versions(&kScalar, &kSse2, &kAvx2);
+    static const kernelchoice::Family<Kernels> versions(
+        {&kScalar, &kSse2, &kAvx2, &kAvx512, nullptr});
+#elif defined(__aarch64__)
+    static const kernelchoice::Family<Kernels> versions(
+        {&kScalar, nullptr, nullptr, nullptr, &kNeon});
 #else
-    static kernelchoice::Choice<Kernels> versions(&kScalar, nullptr, nullptr);
+    static const kernelchoice::Family<Kernels> versions(
+        {&kScalar, nullptr, nullptr, nullptr, nullptr});
 #endif
     return versions;
 }
@@ -100,10 +105,6 @@ std::size_t EncodeScalar(const wchar_t* in, std::size_t count, char* out) {
 
 const Kernels& Active() {
     return Versions().Active();
-}
-
-bool Select(Isa isa) {
-    return Versions().Select(isa);
 }
 
 } // namespace utf8kernels

@@ -3,8 +3,8 @@
 //
 // Each kernel has one scalar reference, which states the rules, and vector
 // versions with the same contract that differ from it only in speed. The
-// fastest version the processor supports is chosen once per process; tests
-// and fuzzers force each one through `Select`.
+// version in use is the process-wide choice of utils/KernelChoice.h; tests
+// and fuzzers force each one through `kernelchoice::Force`.
 #pragma once
 
 #include <cstddef>
@@ -12,9 +12,6 @@
 #include "utils/KernelChoice.h"
 
 namespace utf8kernels {
-
-// The versions of the kernels, as tests and fuzzers name them to `Select`.
-using kernelchoice::Isa;
 
 // How far a decoder got.
 struct DecodeResult {
@@ -26,7 +23,7 @@ struct DecodeResult {
 // Spare elements a decoder may scribble on behind the ones it writes.
 constexpr std::size_t kDecodeSlack = 16;
 // Spare bytes an encoder may scribble on behind the ones it writes.
-constexpr std::size_t kEncodeSlack = 32;
+constexpr std::size_t kEncodeSlack = 64;
 
 // Decodes the sequences of the `n` bytes at `s` that start at `from` and
 // before `limit` (at most `n`) into `out`, which has room for
@@ -51,21 +48,14 @@ DecodeResult DecodeScalar(const unsigned char* s, std::size_t n, std::size_t fro
                           std::size_t limit, wchar_t* out);
 std::size_t EncodeScalar(const wchar_t* in, std::size_t count, char* out);
 
-#if defined(__x86_64__)
-// The vector versions, in Utf8KernelsSse2.cpp and Utf8KernelsAvx2.cpp.
-DecodeResult DecodeSse2(const unsigned char* s, std::size_t n, std::size_t from, std::size_t limit,
-                        wchar_t* out);
-std::size_t EncodeSse2(const wchar_t* in, std::size_t count, char* out);
-DecodeResult DecodeAvx2(const unsigned char* s, std::size_t n, std::size_t from, std::size_t limit,
-                        wchar_t* out);
-std::size_t EncodeAvx2(const wchar_t* in, std::size_t count, char* out);
-#endif
+// The vector versions, each in its own file compiled for its instruction
+// set (Utf8KernelsSse2.cpp and so on); null where a build has none.
+extern const Kernels kSse2;
+extern const Kernels kAvx2;
+extern const Kernels kAvx512;
+extern const Kernels kNeon;
 
 // The kernels in use.
 const Kernels& Active();
-
-// Makes `isa`'s kernels the ones in use; false (and no change) when this
-// processor or build lacks them. For tests and fuzzers.
-bool Select(Isa isa);
 
 } // namespace utf8kernels

@@ -58,10 +58,6 @@ constexpr std::array<Shuffle, 256> kPackForms = [] {
     return table;
 }();
 
-// Bit j of a four-bit mask moved to bit 2j.
-constexpr std::uint8_t kSpread[16] = {0x00, 0x01, 0x04, 0x05, 0x10, 0x11, 0x14, 0x15,
-                                      0x40, 0x41, 0x44, 0x45, 0x50, 0x51, 0x54, 0x55};
-
 __m128i LoadShuffle(const Shuffle& entry) {
     return _mm_loadu_si128(reinterpret_cast<const __m128i*>(entry.bytes));
 }
@@ -105,31 +101,24 @@ std::size_t EncodeEight(__m256i v, char* out) {
     const __m256i dropped = _mm256_cmpgt_epi32(v, _mm256_set1_epi32(0xFFFF));
     const __m256i words = _mm256_blendv_epi8(_mm256_blendv_epi8(one, two, isTwo), three, isThree);
 
-    const auto bits = [](__m256i m) {
-        return static_cast<unsigned>(_mm256_movemask_ps(_mm256_castsi256_ps(m)));
-    };
-    const unsigned kept = ~bits(dropped) & 0xFFu;
-    const unsigned twoUp = bits(isTwo) & kept;
-    const unsigned threeUp = bits(isThree) & kept;
-    std::size_t o = 0;
-    for (int half = 0; half < 2; ++half) {
-        const unsigned shift = 4u * half;
-        const unsigned code = kSpread[(kept >> shift) & 15u] + kSpread[(twoUp >> shift) & 15u] +
-                              kSpread[(threeUp >> shift) & 15u];
-        const __m128i forms =
-            half == 0 ? _mm256_castsi256_si128(words) : _mm256_extracti128_si256(words, 1);
-        const Shuffle& entry = kPackForms[code];
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(out + o),
-                         _mm_shuffle_epi8(forms, LoadShuffle(entry)));
-        o += entry.count;
-    }
-    return o;
+    // Each lane's length (1 to 3, 0 when dropped) moved to bits 2j of its
+    // half's code, the lanes of a half then ORed together.
+    const __m256i length = _mm256_andnot_si256(
+        dropped, _mm256_sub_epi32(_mm256_sub_epi32(_mm256_set1_epi32(1), isTwo), isThree));
+    __m256i code = _mm256_sllv_epi32(length, _mm256_setr_epi32(0, 2, 4, 6, 0, 2, 4, 6));
+    code = _mm256_or_si256(code, _mm256_shuffle_epi32(code, 0x4E));
+    code = _mm256_or_si256(code, _mm256_shuffle_epi32(code, 0xB1));
+    const Shuffle& low = kPackForms[_mm256_extract_epi32(code, 0)];
+    const Shuffle& high = kPackForms[_mm256_extract_epi32(code, 4)];
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(out),
+                     _mm_shuffle_epi8(_mm256_castsi256_si128(words), LoadShuffle(low)));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(out + low.count),
+                     _mm_shuffle_epi8(_mm256_extracti128_si256(words, 1), LoadShuffle(high)));
+    return low.count + high.count;
 }
 
-} // namespace
-
-DecodeResult DecodeAvx2(const unsigned char* s, std::size_t n, std::size_t from, std::size_t limit,
-                        wchar_t* out) {
+DecodeResult Decode(const unsigned char* s, std::size_t n, std::size_t from, std::size_t limit,
+                    wchar_t* out) {
     const auto widen = [s, limit](std::size_t i, wchar_t* dst) -> std::size_t {
         if (i + 32 > limit ||
             !PlainAscii32(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(s + i)))) {
@@ -145,7 +134,7 @@ DecodeResult DecodeAvx2(const unsigned char* s, std::size_t n, std::size_t from,
     return DecodeBlocks(s, n, from, limit, out, widen, pack);
 }
 
-std::size_t EncodeAvx2(const wchar_t* in, std::size_t count, char* out) {
+std::size_t Encode(const wchar_t* in, std::size_t count, char* out) {
     const __m256i notAscii = _mm256_set1_epi32(~0x7F);
     const __m256i order = _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7);
     std::size_t i = 0;
@@ -173,6 +162,10 @@ std::size_t EncodeAvx2(const wchar_t* in, std::size_t count, char* out) {
     }
     return o + EncodeScalar(in + i, count - i, out + o);
 }
+
+} // namespace
+
+extern const Kernels kAvx2 = {Decode, Encode};
 
 } // namespace utf8kernels
 #endif

@@ -64,10 +64,8 @@ std::size_t EncodeFour(__m128i v, char* out) {
     return o;
 }
 
-} // namespace
-
-DecodeResult DecodeSse2(const unsigned char* s, std::size_t n, std::size_t from, std::size_t limit,
-                        wchar_t* out) {
+DecodeResult Decode(const unsigned char* s, std::size_t n, std::size_t from, std::size_t limit,
+                    wchar_t* out) {
     const auto widen = [s](std::size_t i, wchar_t* dst) -> std::size_t {
         const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(s + i));
         if (!PlainAscii(bytes)) {
@@ -79,7 +77,7 @@ DecodeResult DecodeSse2(const unsigned char* s, std::size_t n, std::size_t from,
     return DecodeBlocks(s, n, from, limit, out, widen, Compact);
 }
 
-std::size_t EncodeSse2(const wchar_t* in, std::size_t count, char* out) {
+std::size_t Encode(const wchar_t* in, std::size_t count, char* out) {
     const __m128i notAscii = _mm_set1_epi32(~0x7F);
     const __m128i zero = _mm_setzero_si128();
     std::size_t i = 0;
@@ -104,6 +102,10 @@ std::size_t EncodeSse2(const wchar_t* in, std::size_t count, char* out) {
     }
     return o + EncodeScalar(in + i, count - i, out + o);
 }
+
+} // namespace
+
+extern const Kernels kSse2 = {Decode, Encode};
 
 } // namespace utf8kernels
 #endif

@@ -29,12 +29,17 @@ constexpr const char* EscapeFor(unsigned char byte) {
     }
 }
 
-kernelchoice::Choice<Kernels>& Versions() {
+const kernelchoice::Family<Kernels>& Versions() {
     static constexpr Kernels kScalar = {EscapeScalar, DecodeScalar, RemoveScalar, FindScalar};
 #if defined(__x86_64__)
-    static kernelchoice::Choice<Kernels> versions(&kScalar, &kSse2, &kAvx2);
+    static const kernelchoice::Family<Kernels> versions(
+        {&kScalar, &kSse2, &kAvx2, &kAvx512, nullptr});
+#elif defined(__aarch64__)
+    static const kernelchoice::Family<Kernels> versions(
+        {&kScalar, nullptr, nullptr, nullptr, &kNeon});
 #else
-    static kernelchoice::Choice<Kernels> versions(&kScalar, nullptr, nullptr);
+    static const kernelchoice::Family<Kernels> versions(
+        {&kScalar, nullptr, nullptr, nullptr, nullptr});
 #endif
     return versions;
 }
@@ -111,10 +116,6 @@ std::size_t FindScalar(const char* text, std::size_t n, std::size_t from, const 
 
 const Kernels& Active() {
     return Versions().Active();
-}
-
-bool Select(Isa isa) {
-    return Versions().Select(isa);
 }
 
 } // namespace xmlscan

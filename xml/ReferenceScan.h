@@ -3,8 +3,8 @@
 //
 // Each kernel has one scalar reference, which states the rules, and vector
 // versions with the same contract that differ from it only in speed. The
-// fastest version the processor supports is chosen once per process; tests
-// and fuzzers force each one through `Select`.
+// version in use is the process-wide choice of utils/KernelChoice.h; tests
+// and fuzzers force each one through `kernelchoice::Force`.
 #pragma once
 
 #include <array>
@@ -14,9 +14,6 @@
 #include "utils/KernelChoice.h"
 
 namespace xmlscan {
-
-// The versions of the scans, as tests and fuzzers name them to `Select`.
-using kernelchoice::Isa;
 
 // What a `FindFn` gives when the key is not there.
 constexpr std::size_t kNotFound = static_cast<std::size_t>(-1);
@@ -113,17 +110,14 @@ std::size_t RemoveScalar(const char* in, std::size_t n, char* out);
 std::size_t FindScalar(const char* text, std::size_t n, std::size_t from, const char* key,
                        std::size_t length);
 
-#if defined(__x86_64__)
-// The vector versions, in ReferenceScanSse2.cpp and ReferenceScanAvx2.cpp.
+// The vector versions, each in its own file compiled for its instruction
+// set (ReferenceScanSse2.cpp and so on).
 extern const Kernels kSse2;
 extern const Kernels kAvx2;
-#endif
+extern const Kernels kAvx512;
+extern const Kernels kNeon;
 
 // The kernels in use.
 const Kernels& Active();
-
-// Makes `isa`'s kernels the ones in use; false (and no change) when this
-// processor or build lacks them. For tests and fuzzers.
-bool Select(Isa isa);
 
 } // namespace xmlscan

@@ -3,10 +3,14 @@
 //
 //   V::kWidth                bytes per vector
 //   V::Load(p), V::Store(p, v)   unaligned
-//   V::Splat(c), V::Eq(a, b), V::Or(a, b), V::And(a, b)
-//   V::Mask(v)               one bit per byte, from each byte's top bit
-//   V::Count(v, mask)        how many bytes of `v` are 0xFF; `mask` is V::Mask(v)
-//   V::Specials(v)           0xFF for the bytes that need escaping, else 0
+//   V::Splat(c)              a vector of `c`
+//   V::Eq(a, b)              which bytes are equal: a vector of 0xFF or 0
+//                            bytes, or one bit per byte where the
+//                            instruction set compares into masks
+//   V::Or(a, b), V::And(a, b)    on results of Eq
+//   V::Mask(r)               one bit per byte of a result
+//   V::Count(r, mask)        how many bytes `r` marks; `mask` is V::Mask(r)
+//   V::Specials(v)           a result marking the bytes that need escaping
 //
 // The blocks are handled here and the rest is left to the scalar kernels;
 // what each kernel does is in ReferenceScan.h.
@@ -30,11 +34,16 @@ template <typename V> typename V::Vec CompareSpecials(typename V::Vec v) {
 }
 
 // Copies `length` bytes, in whole vectors: up to two more than asked are
-// written, and read.
+// written, and read. Two vectors, or one of 64 bytes, are copied whatever
+// the length, which is mostly below that; one narrower vector alone would
+// leave the loop mispredicted too often.
 template <typename V> void CopyRun(const char* from, std::size_t length, char* to) {
+    constexpr std::size_t kAlways = V::kWidth >= 64 ? V::kWidth : 2 * V::kWidth;
     V::Store(to, V::Load(from));
-    V::Store(to + V::kWidth, V::Load(from + V::kWidth));
-    for (std::size_t c = 2 * V::kWidth; c < length; c += V::kWidth) {
+    if (kAlways > V::kWidth) {
+        V::Store(to + V::kWidth, V::Load(from + V::kWidth));
+    }
+    for (std::size_t c = kAlways; c < length; c += V::kWidth) {
         V::Store(to + c, V::Load(from + c));
     }
 }
@@ -59,7 +68,7 @@ std::size_t Escape(const char* in, std::size_t n, std::size_t readable, char* ou
         std::size_t count = 0;
         for (std::size_t b = base; b < end; b += kWidth) {
             __builtin_prefetch(in + b + 2 * kSpan); // the prefetcher alone falls behind
-            const typename V::Vec specials = V::Specials(V::Load(in + b));
+            const auto specials = V::Specials(V::Load(in + b));
             std::uint64_t mask = V::Mask(specials);
             const std::size_t found = V::Count(specials, mask);
             const auto list = [&](std::size_t s) {
@@ -91,69 +100,109 @@ std::size_t Escape(const char* in, std::size_t n, std::size_t readable, char* ou
     return (w - out) + EscapeScalar(in + covered, n - covered, n - covered, w);
 }
 
-// Plain bytes are stored a block at a time; each "&" is decoded by
-// `DecodeEntityAt`, and the scan goes on behind what it used.
+// The first `bytes` bytes at `p` (eight readable) as a number, the first
+// byte lowest.
+inline std::uint64_t Word(const char* p, unsigned bytes) {
+    std::uint64_t word;
+    std::memcpy(&word, p, 8);
+    return bytes == 8 ? word : word & ((std::uint64_t{1} << (8 * bytes)) - 1);
+}
+
+// `DecodeEntityAt` for a reference with at least sixteen bytes from its "&"
+// on: every candidate is compared at once and the answer picked without a
+// branch, where the branches on which reference it is would mispredict on
+// most of them.
+inline std::size_t DecodeEntityAhead(const char* p, char* out) {
+    const unsigned amp = Word(p, 5) == Word("&amp;\0\0\0", 5);
+    const std::size_t used = 1 + 4 * amp;
+    const std::uint64_t name = Word(p + used, 8);
+    // At most one of these holds; sums, not selections, so that the compiler
+    // keeps them free of branches.
+    const unsigned gt = (name & 0xFFFFFF) == Word("gt;\0\0\0\0\0", 3);
+    const unsigned lt = (name & 0xFFFFFF) == Word("lt;\0\0\0\0\0", 3);
+    const unsigned apos = (name & 0xFFFFFFFFFF) == Word("apos;\0\0\0", 5);
+    const unsigned quot = Word(p, 6) == Word("&quot;\0\0", 6); // then `used` is 1
+    *out = static_cast<char>('&' + gt * ('>' - '&') + lt * ('<' - '&') + apos * ('\'' - '&') +
+                             quot * ('"' - '&'));
+    return used + 3 * (gt + lt) + 5 * (apos + quot);
+}
+
+// The blocks lie a vector apart whatever they hold, and each block's "&"s
+// are decoded in turn from one comparison, the bytes before each copied
+// with one vector: where the next "&" is never waits for the last reference
+// to be decoded. A reference holds no "&" but its first, so the ones it
+// takes from the next block are never taken for references.
 template <typename V> std::size_t Decode(const char* in, std::size_t n, char* out) {
     const typename V::Vec amp = V::Splat('&');
     char* w = out;
-    std::size_t i = 0;
-    while (i + V::kWidth <= n) {
-        const typename V::Vec v = V::Load(in + i);
-        const auto mask = V::Mask(V::Eq(v, amp));
-        V::Store(w, v);
-        if (mask == 0) {
-            w += V::kWidth;
-            i += V::kWidth;
-            continue;
+    std::size_t done = 0; // where the bytes not yet written start
+    for (std::size_t i = 0; i + 2 * V::kWidth + 16 <= n; i += V::kWidth) {
+        std::uint64_t mask = V::Mask(V::Eq(V::Load(in + i), amp));
+        while (mask != 0) {
+            const std::size_t k = i + __builtin_ctzll(mask);
+            mask &= mask - 1;
+            V::Store(w, V::Load(in + done));
+            w += k - done;
+            done = k + DecodeEntityAhead(in + k, w++);
         }
-        const std::size_t k = __builtin_ctzll(mask);
-        w += k;
-        i += k;
-        i += DecodeEntityAt(in + i, in + n, w++);
+        const std::size_t end = i + V::kWidth;
+        V::Store(w, V::Load(in + done));
+        w += done < end ? end - done : 0;
+        done = done < end ? end : done;
     }
-    return (w - out) + DecodeScalar(in + i, n - i, w);
+    return (w - out) + DecodeScalar(in + done, n - done, w);
 }
 
-// Copies the bytes from `*from` up to the next "&#" to `*w` and moves both
-// on; false when the blocks ran out before one was found.
-template <typename V>
-bool CopyToReference(const char* in, std::size_t n, std::size_t* from, char** w) {
+// The first ";" from `p` on, before `end`, or null: references are short, so
+// the next eight bytes are looked at first, at once.
+inline const char* FindSemicolon(const char* p, const char* end) {
+    if (end - p >= 8) {
+        const std::uint64_t x = Word(p, 8) ^ 0x3B3B3B3B3B3B3B3Bull; // ";" bytes become 0
+        // The lowest bit set marks the first 0 byte exactly.
+        const std::uint64_t zeros = (x - 0x0101010101010101ull) & ~x & 0x8080808080808080ull;
+        if (zeros != 0) {
+            return p + __builtin_ctzll(zeros) / 8;
+        }
+    }
+    return static_cast<const char*>(std::memchr(p, ';', end - p));
+}
+
+// As `Decode`: the blocks lie a vector apart, each block's "&#"s are found
+// by one comparison and handled in turn, and the bytes before each are
+// copied with one vector. A "&#" inside a reference already removed is
+// passed over.
+template <typename V> std::size_t Remove(const char* in, std::size_t n, char* out) {
     const typename V::Vec amp = V::Splat('&');
     const typename V::Vec hash = V::Splat('#');
-    for (std::size_t i = *from; i + V::kWidth + 1 <= n; i += V::kWidth) {
-        const typename V::Vec v = V::Load(in + i);
-        const auto mask = V::Mask(V::And(V::Eq(v, amp), V::Eq(V::Load(in + i + 1), hash)));
-        V::Store(*w, v);
-        if (mask != 0) {
-            const std::size_t k = __builtin_ctzll(mask);
-            *w += k;
-            *from = i + k;
-            return true;
-        }
-        *w += V::kWidth;
-        *from = i + V::kWidth;
-    }
-    return false;
-}
-
-// Runs of bytes up to each "&#" are copied a block at a time; from each
-// reference on the rules of `RemoveFn` apply.
-template <typename V> std::size_t Remove(const char* in, std::size_t n, char* out) {
     char* w = out;
-    std::size_t work = 0;
-    while (n - work >= 2 && CopyToReference<V>(in, n, &work, &w)) {
-        if (work + 2 >= n) {
-            break; // a trailing "&#" stays
+    std::size_t done = 0; // where the bytes not yet written start
+    for (std::size_t i = 0; i + 2 * V::kWidth + 1 <= n; i += V::kWidth) {
+        std::uint64_t mask =
+            V::Mask(V::And(V::Eq(V::Load(in + i), amp), V::Eq(V::Load(in + i + 1), hash)));
+        while (mask != 0) {
+            const std::size_t k = i + __builtin_ctzll(mask);
+            mask &= mask - 1;
+            if (k < done) {
+                continue;
+            }
+            V::Store(w, V::Load(in + done));
+            w += k - done;
+            const char* semicolon = FindSemicolon(in + k + 2, in + n);
+            if (semicolon == nullptr) {
+                // Only the "&#" is lost, and the scan ends.
+                std::memcpy(w, in + k + 2, n - k - 2);
+                return (w - out) + (n - k - 2);
+            }
+            done = semicolon - in + 1;
         }
-        const void* semicolon = std::memchr(in + work + 2, ';', n - work - 2);
-        if (semicolon == nullptr) {
-            work += 2; // only the "&#" is lost, and the scan ends
-            std::memcpy(w, in + work, n - work);
-            return (w - out) + (n - work);
+        const std::size_t end = i + V::kWidth;
+        if (done < end) {
+            V::Store(w, V::Load(in + done));
+            w += end - done;
+            done = end;
         }
-        work = static_cast<const char*>(semicolon) - in + 1;
     }
-    return (w - out) + RemoveScalar(in + work, n - work, w);
+    return (w - out) + RemoveScalar(in + done, n - done, w);
 }
 
 // Candidates are the positions where the key's first and last bytes both

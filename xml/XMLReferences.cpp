@@ -7,6 +7,8 @@
 // &gt; passes still see. The tests and fuzzers hold both forms against each
 // other; the scans themselves are in ReferenceScan.h.
 #include <algorithm>
+#include <cstring>
+#include <memory>
 
 #include "xml/ReferenceScan.h"
 #include "xml/XMLUtility.h"
@@ -24,15 +26,44 @@ bool Shrink(const std::string& text, std::string& result, xmlscan::DecodeFn kern
     return true;
 }
 
+// Decodes the entity references of the `n` bytes at `in` (at least one)
+// into `result`, a step at a time through a buffer that stays in cache: one
+// pass over `result`'s memory, where sizing it first would zero-fill it too.
+void DecodeEntities(const char* in, std::size_t n, std::string& result) {
+    const xmlscan::DecodeFn decode = xmlscan::Active().decode;
+    constexpr std::size_t kStep = 32768;
+    constexpr std::size_t kLongest = 10; // "&amp;apos;"
+    char buffer[kStep + xmlscan::kSlack];
+    result.clear();
+    result.reserve(n);
+    for (std::size_t i = 0; i < n;) {
+        std::size_t end = n - i <= kStep ? n : i + kStep;
+        // A step ends before an "&" among its last bytes, so that no
+        // reference is cut in two.
+        if (const void* amp = end < n ? std::memchr(in + end - kLongest, '&', kLongest) : nullptr) {
+            end = static_cast<const char*>(amp) - in;
+        }
+        result.append(buffer, decode(in + i, end - i, buffer));
+        i = end;
+    }
+}
+
 } // namespace
 
 bool XMLUtility::ConvertStringReferenceToUTF8(const std::string& text, std::string& result) {
     result.clear();
-    std::string withoutCharacters;
-    if (!ConvertStringCharacterReferenceToUTF8(text, withoutCharacters)) {
+    if (text.empty()) {
         return false;
     }
-    return ConvertStringEntityReferenceToUTF8(withoutCharacters, result);
+    // Not zero-filled: the removal writes every byte that is read back.
+    const std::unique_ptr<char[]> withoutCharacters(new char[text.size() + xmlscan::kSlack]);
+    const std::size_t size =
+        xmlscan::Active().remove(text.data(), text.size(), withoutCharacters.get());
+    if (size == 0) {
+        return false;
+    }
+    DecodeEntities(withoutCharacters.get(), size, result);
+    return true;
 }
 
 // The references' values would only be collected and dropped, never written
@@ -45,7 +76,12 @@ bool XMLUtility::ConvertStringCharacterReferenceToUTF8(const std::string& text,
 }
 
 bool XMLUtility::ConvertStringEntityReferenceToUTF8(const std::string& text, std::string& result) {
-    return Shrink(text, result, xmlscan::Active().decode);
+    result.clear();
+    if (text.empty()) {
+        return false;
+    }
+    DecodeEntities(text.data(), text.size(), result);
+    return true;
 }
 
 bool XMLUtility::ConvertStringUTF8ToReference(const std::string& text, std::string& result) {

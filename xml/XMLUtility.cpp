@@ -1,6 +1,8 @@
 // Tag, key and attribute extraction.
 #include "xml/XMLUtility.h"
 
+#include <utility>
+
 #include "xml/ByteSearch.h"
 
 using xmlsearch::Find;
@@ -48,6 +50,32 @@ void ScanValues(const std::string& text, const std::string& open, const std::str
         }
         pos = end + close.size();
     }
+}
+
+// Replaces `values` with the values `ScanValues` finds between `open` and
+// `close`, each `Take` gives as (position, length). The strings already in
+// `values` are written over, keeping their memory: callers that collect
+// into the same list again and again then allocate nothing per value.
+template <typename Take>
+void CollectValues(const std::string& text, const std::string& open, const std::string& close,
+                   std::vector<std::string>& values, Take take) {
+    std::size_t count = 0;
+    ScanValues(text, open, close, [&](std::size_t found, std::size_t start, std::size_t end) {
+        const auto [position, length] = take(found, start, end);
+        if (count < values.size()) {
+            values[count].assign(text, position, length);
+        } else {
+            values.emplace_back(text, position, length);
+        }
+        ++count;
+        return true;
+    });
+    values.resize(count);
+}
+
+// What `GetValuesInsideKeys` takes: the bytes between the keys.
+std::pair<std::size_t, std::size_t> Inside(std::size_t, std::size_t start, std::size_t end) {
+    return {start, end - start};
 }
 
 } // namespace
@@ -137,29 +165,33 @@ void XMLUtility::GetValuesBetweenKeys(const std::string& text, const std::string
 
 void XMLUtility::GetValuesForTag(const std::string& text, const std::string& tag,
                                  std::vector<std::string>& values) {
-    values.clear();
     if (TooShortForTag(text, tag)) {
+        values.clear();
         return;
     }
-    GetValuesInsideKeys(text, "<" + tag + ">", "</" + tag + ">", values);
+    CollectValues(text, "<" + tag + ">", "</" + tag + ">", values, Inside);
 }
 
 void XMLUtility::GetValuesWithElement(const std::string& text, const std::string& tag,
                                       std::vector<std::string>& values) {
-    values.clear();
     if (TooShortForTag(text, tag)) {
+        values.clear();
         return;
     }
-    GetValuesBetweenKeys(text, "<" + tag + " ", "</" + tag + ">", values);
+    const std::string close = "</" + tag + ">";
+    CollectValues(text, "<" + tag + " ", close, values,
+                  [&](std::size_t found, std::size_t, std::size_t end) {
+                      return std::pair<std::size_t, std::size_t>{found, end + close.size() - found};
+                  });
 }
 
 void XMLUtility::GetAttributes(const std::string& text, const std::string& name,
                                std::vector<std::string>& values) {
-    values.clear();
     if (text.empty() || name.empty()) {
+        values.clear();
         return;
     }
-    GetValuesInsideKeys(text, AttributeKey(name), "\"", values);
+    CollectValues(text, AttributeKey(name), "\"", values, Inside);
 }
 
 void XMLUtility::ReplaceAllString(const std::string& text, const std::string& search,

@@ -66,4 +66,20 @@ TEST_F(DiagTest, HelpAndEachCommand) {
     }
 }
 
+// QUORVEL_KERNEL forces the kernels of every family, and sysinfo says
+// which are in use, also when the one asked for cannot run.
+TEST_F(DiagTest, SysinfoNamesTheKernelsQuorvelKernelForces) {
+    const std::pair<const char*, const char*> cases[] = {
+        {"scalar", "kernels: scalar\n"},
+        {"vax", " (QUORVEL_KERNEL=vax cannot run here)\n"},
+    };
+    for (const auto& [value, contains] : cases) {
+        ScopedEnv kernel("QUORVEL_KERNEL", value);
+        const auto [status, out] = Diag("sysinfo", "");
+        EXPECT_EQ(status, 0);
+        EXPECT_NE(out.find(contains), std::string::npos) << value << "\n" << out;
+        EXPECT_NE(out.find("kernels_available: scalar"), std::string::npos) << out;
+    }
+}
+
 } // namespace

@@ -37,9 +37,9 @@ TEST(ByteWiseConversion, SignExtendsAndNarrowsToTheLowByte) {
 // Each kernel version this processor can run, forced in turn; the best one
 // stays in use afterwards.
 template <typename Body> void OnEveryPath(Body body) {
-    for (const utf8kernels::Isa isa : kernelchoice::SupportedIsas()) {
-        ASSERT_TRUE(utf8kernels::Select(isa));
-        SCOPED_TRACE("kernel set " + std::to_string(static_cast<int>(isa)));
+    for (const kernelchoice::Isa isa : kernelchoice::SupportedIsas()) {
+        ASSERT_TRUE(kernelchoice::Force(isa));
+        SCOPED_TRACE(kernelchoice::Name(isa));
         body();
     }
 }
@@ -96,10 +96,11 @@ TEST(Utf8Conversion, EncodesWithTheThreeByteRulesAndDecodesByLeadByte) {
 }
 
 // Every sequence kind (truncated, stray and ending ones included) at every
-// position of ASCII texts of every length up to 64, so across every block
-// boundary and tail of the vector loops, each text at another alignment;
-// then long texts, for many steps of the conversions' chunked loops, and
-// three-byte sequences only, where the loops' power-of-two steps end inside one.
+// position of ASCII texts of every length up to 64 and from 120 to 140, so
+// across every block boundary and tail of the vector loops (up to sixty-four
+// bytes or elements a step), each text at another alignment; then long texts,
+// for many steps of the conversions' chunked loops, and three-byte sequences
+// only, where the loops' power-of-two steps end inside one.
 TEST(Utf8Conversion, EveryKernelMatchesTheScalarOne) {
     // clang-format off
     const std::string pieces[] = {"\xC3\xA9", "\xE2\x82\xAC", "\xF0\x9F\x98\x80", "\x80", "\xBF", "\xC3",
@@ -128,10 +129,11 @@ TEST(Utf8Conversion, EveryKernelMatchesTheScalarOne) {
     for (int i = 0; i < 100000; ++i) {
         euros += "\xE2\x82\xAC";
     }
-    std::string padded(64 + 16 + 3, '\0');
-    std::vector<wchar_t> decoded(64 + 16 + utf8kernels::kDecodeSlack);
+    constexpr std::size_t kLongest = 140;
+    std::string padded(kLongest + 16 + 3, '\0');
+    std::vector<wchar_t> decoded(kLongest + 16 + utf8kernels::kDecodeSlack);
     OnEveryPath([&] {
-        for (std::size_t length = 0; length <= 64; ++length) {
+        for (std::size_t length = 0; length <= kLongest; length = length == 64 ? 120 : length + 1) {
             for (std::size_t pos = 0; pos <= length; ++pos) {
                 const std::size_t align = (length + pos) % 16;
                 for (const std::string& piece : pieces) {

@@ -11,6 +11,7 @@
 #include "comm/ProxySetting.h"
 #include "comm/UrlParts.h"
 #include "comm/platform/Network.h"
+#include "utils/KernelChoice.h"
 #include "utils/Utils.h"
 #include "utils/platform/Platform.h"
 #include "xml/XMLUtility.h"
@@ -52,6 +53,14 @@ int SysInfo(const std::vector<std::string>& args, Report& report) {
     report.Add("temporary_folder", Utils::GetTempDirName());
     report.Add("log_file", Utils::GetLogFilename());
     report.Add("logging", Utils::IsLoggingOn());
+    // The vector kernels of the text conversions and XML scans; QUORVEL_KERNEL
+    // forces another when a user's results are in doubt.
+    report.Add("kernels", kernelchoice::Describe());
+    std::string available;
+    for (const kernelchoice::Isa isa : kernelchoice::SupportedIsas()) {
+        available += (available.empty() ? "" : " ") + std::string(kernelchoice::Name(isa));
+    }
+    report.Add("kernels_available", available);
     return 0;
 }
 

@@ -71,10 +71,11 @@ build_copy() {
 # The whole suite, the tests labelled with the changed file's folder first:
 # most faults are caught there within seconds.
 run_suite() {
+    local changed=${1:-}
     flock /tmp/quorvel-app.lock bash -c '
         ctest --test-dir "$0" -j "$1" --stop-on-failure -L "^$2\$" &&
             ctest --test-dir "$0" -j "$1" --stop-on-failure -LE "^$2\$"' \
-        "$build" "$jobs" "${1%%/*}" >"$work/test.log" 2>&1
+        "$build" "$jobs" "${changed%%/*}" >"$work/test.log" 2>&1
 }
 
 # Seconds the last suite took, waiting for the lock not counted.

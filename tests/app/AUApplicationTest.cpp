@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <filesystem>
+#include <regex>
 #include <sstream>
 
 namespace {
@@ -38,11 +39,13 @@ TEST(AUApplication, MissingStringsAreRetriedAndKeysStandForThemselves) {
     EXPECT_EQ(AUApplication::localizedString(&key), key);
     EXPECT_EQ(AUApplication::localizedString(nullptr), "");
     std::istringstream log(testing::internal::GetCapturedStderr());
+    const std::regex logged(R"(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} app_AUApplication_test\[)" +
+                            std::to_string(getpid()) + R"(\] \[i\] language:\[\(null\)\])");
     std::size_t lines = 0;
     for (std::string line; std::getline(log, line);) {
-        lines += line.find("[i] language:[(null)]") != std::string::npos;
+        lines += std::regex_match(line, logged);
     }
-    EXPECT_EQ(lines, 3u); // once per call while nothing can be loaded
+    EXPECT_EQ(lines, 3u); // once per call while nothing can be loaded, each in the log's format
 }
 
 } // namespace

@@ -118,6 +118,17 @@ TEST(PropertyLists, NestingDeeperThan64IsRefusedInEveryForm) {
     EXPECT_EQ(ParsePropertyList(text(100000)), nullptr);
 }
 
+// The installer's shared list, which anyone may plant in /tmp, is read up
+// to 1 MiB and not a byte more.
+TEST(PropertyLists, SharedListIsReadUpToOneMebibyte) {
+    testsupport::ScratchDir scratch;
+    const std::string head = "{ k = \"", tail = "\"; }";
+    for (const std::size_t size : {std::size_t{1} << 20, (std::size_t{1} << 20) + 1}) {
+        const std::string text = head + std::string(size - head.size() - tail.size(), 'x') + tail;
+        EXPECT_EQ(LoadSharedPropertyList(scratch.Write("list", text)) != nullptr, size == 1 << 20);
+    }
+}
+
 TEST(PropertyLists, ReadsXmlThroughLibplistWithIntValues) {
     const std::string xml = R"(<?xml version="1.0" encoding="UTF-8"?>
 <plist version="1.0"><dict>

@@ -77,9 +77,10 @@ TEST_F(TransferTest, ChecksTheUrlLengthThenReachability) {
               ok);
 }
 
-// URL-loading mode takes status 200 only and follows redirects keeping the
-// document; curl mode (-f) fails from 400 on, follows none, reads the reply
-// in 2048-byte chunks, and leaves its private files behind.
+// URL-loading mode takes status 200 only and follows up to 10 redirects
+// keeping the document; curl mode (-f) fails from 400 on, follows none, reads
+// the reply in 2048-byte chunks, and leaves its private files behind. The
+// log and the files are 0600 under the users' usual umask too.
 TEST_F(TransferTest, RepliesAndStatusesInBothModes) {
     struct Case {
         std::string path;
@@ -106,6 +107,8 @@ TEST_F(TransferTest, RepliesAndStatusesInBothModes) {
         {"/redirect/308", ok, posted, ok, ""},
         {"/redirect/303", ok, "GET ", ok, ""},
         {"/loop", failed, kept, ok, ""},
+        {"/redirects/10", ok, posted, ok, ""},
+        {"/redirects/11", failed, kept, ok, ""},
         {"/redirect/302?to=ftp://127.0.0.1/", failed, kept, ok, ""},
     };
     for (const bool curl : {false, true}) {
@@ -119,7 +122,7 @@ TEST_F(TransferTest, RepliesAndStatusesInBothModes) {
         }
         ::umask(umask);
     }
-    for (const auto& file : fs::directory_iterator(scratch / "TemporaryItems")) { // all kept
+    for (const auto& file : fs::recursive_directory_iterator(scratch / "TemporaryItems")) {
         EXPECT_TRUE(file.is_directory() ||
                     file.status().permissions() == (fs::perms::owner_read | fs::perms::owner_write))
             << file.path();

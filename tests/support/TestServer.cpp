@@ -8,7 +8,8 @@
 // Routes (POST): /echo (the body back), /headers (Content-Type|User-Agent),
 // /bytes/N (N bytes of 'x'), /nul ("ab", a zero byte, "cd"), /status/N
 // (status N, body "status"), /slow (answers after 5 s), /redirect/N (status
-// N to the query's "to", else /method), /loop (redirects to itself).
+// N to the query's "to", else /method), /redirects/N (N redirects in a row,
+// then /method), /loop (redirects to itself).
 // /method (GET and POST) answers the method and the body.
 #include <httplib.h>
 #include <sys/prctl.h>
@@ -43,6 +44,10 @@ void AddRoutes(httplib::Server& server) {
     server.Post(R"(/redirect/(\d+))", [](const httplib::Request& req, httplib::Response& res) {
         res.status = std::stoi(req.matches[1]);
         res.set_header("Location", req.has_param("to") ? req.get_param_value("to") : "/method");
+    });
+    server.Post(R"(/redirects/(\d+))", [](const httplib::Request& req, httplib::Response& res) {
+        const int left = std::stoi(req.matches[1]) - 1;
+        res.set_redirect(left > 0 ? "/redirects/" + std::to_string(left) : "/method", 302);
     });
     server.Post("/loop", [](const httplib::Request&, httplib::Response& res) {
         res.set_redirect("/loop", 302);

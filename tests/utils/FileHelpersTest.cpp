@@ -107,18 +107,25 @@ TEST(FileHelpers, SizeDateExistenceAndTheInertHelpers) {
     EXPECT_FALSE(SetCurrentDir(scratch / "missing"));
 }
 
+// Refused: a link, a folder others may write, and a private folder that
+// another user (here "nobody", which needs the tests' root) made in advance.
 TEST(TemporaryFolder, IsPrivateAndRefusesFoldersOthersControl) {
     ScratchDir scratch;
     {
         ScopedEnv tmp("TMPDIR", scratch.path() + "/");
+        const mode_t savedMask = umask(022); // the users' usual mask: 0755 would show
         EXPECT_EQ(Utils::GetTempDirName(), scratch / "TemporaryItems");
+        umask(savedMask);
         EXPECT_EQ(fs::status(scratch / "TemporaryItems").permissions(), fs::perms::owner_all);
     }
     fs::create_directories(scratch / "linked");
     fs::create_directory_symlink(scratch.path(), scratch / "linked/TemporaryItems");
     fs::create_directories(scratch / "open/TemporaryItems");
     chmod((scratch / "open/TemporaryItems").c_str(), 0777);
-    for (const char* base : {"linked", "open"}) {
+    fs::create_directories(scratch / "owned/TemporaryItems");
+    chmod((scratch / "owned/TemporaryItems").c_str(), 0700);
+    ASSERT_EQ(chown((scratch / "owned/TemporaryItems").c_str(), 65534, 65534), 0);
+    for (const char* base : {"linked", "open", "owned"}) {
         ScopedEnv tmp("TMPDIR", scratch / base);
         EXPECT_EQ(Utils::GetTempDirName(), "") << base;
         EXPECT_EQ(Utils::GetLogFilename(),

@@ -274,10 +274,21 @@ TEST_F(AppProcess, EveryWayOfAsking) {
     const std::string en = "Quorvel is about to be installed on this computer.";
     const std::function<void()> nothing = [] {};
     const Launch decline{std::string("2\n")};
-    Launch german = debconf("readline", "nein\n", true);
+    // debconf's answer words come from the system's gettext, which follows
+    // LANGUAGE under C.UTF-8 on Debian 12 but not on Debian 13: the words are
+    // whatever debconf-i18n gives there, and both start with "n" for no.
+    const auto debconfWord = [&](const char* word) {
+        const Outcome said = Start(
+            {std::nullopt, "", {{"LC_ALL", "C.UTF-8"}, {"LANGUAGE", "de"}}},
+            {"/usr/bin/perl", "-e",
+             std::string("use Locale::gettext; textdomain('debconf'); print STDERR gettext('") +
+                 word + "')"});
+        return said.output;
+    };
+    Launch german = debconf("readline", "n\n", true);
     german.env["LC_ALL"] = "C.UTF-8";
     german.env["LANGUAGE"] = "de";
-    german.prompt = "[ja/nein]";
+    german.prompt = "[" + debconfWord("yes") + "/" + debconfWord("no") + "]";
     Launch narrow{std::string("2\n")};
     narrow.columns = 40;
     const std::string consent =

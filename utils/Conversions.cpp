@@ -13,34 +13,6 @@
 namespace Utils {
 namespace {
 
-// Collects elements in a small buffer that stays in cache and appends them
-// to the result in blocks, so that a large result is written once instead of
-// being zero-filled first and written again.
-class ChunkedAppender {
-public:
-    explicit ChunkedAppender(fn::fn_wstring& out) : out_(out) {}
-
-    // A place for at least `count` (at most kSize) more elements.
-    wchar_t* Reserve(std::size_t count) {
-        if (used_ + count > kSize) {
-            Flush();
-        }
-        return buffer_ + used_;
-    }
-    void Commit(std::size_t count) { used_ += count; }
-    void Flush() {
-        out_.append(buffer_, used_);
-        used_ = 0;
-    }
-
-    static constexpr std::size_t kSize = 1024;
-
-private:
-    fn::fn_wstring& out_;
-    wchar_t buffer_[kSize];
-    std::size_t used_ = 0;
-};
-
 std::string FormatNumber(const char* format, long value) {
     char buffer[1024];
     std::snprintf(buffer, sizeof buffer, format, value);
@@ -51,47 +23,52 @@ std::string FormatNumber(const char* format, long value) {
 
 fn::fn_wstring string2wstring(const std::string& text) {
     fn::fn_wstring out;
-    out.reserve(text.size());
-    ChunkedAppender sink(out);
     const auto* in = reinterpret_cast<const signed char*>(text.data());
-    for (std::size_t i = 0; i < text.size(); i += ChunkedAppender::kSize) {
-        const std::size_t count = std::min(ChunkedAppender::kSize, text.size() - i);
-        wchar_t* dst = sink.Reserve(count);
-        for (std::size_t k = 0; k < count; ++k) {
+    // Written once, never zero-filled first: the same holds for every
+    // conversion below. None of them reads the size the operation is given:
+    // GCC 12 passes the grown capacity there instead of the size asked for.
+    const std::size_t size = text.size();
+    out.resize_and_overwrite(size, [in, size](wchar_t* dst, std::size_t) {
+        for (std::size_t k = 0; k < size; ++k) {
             // Deliberate sign extension of bytes 0x80-0xFF: callers carry raw bytes
             // in wide strings and get them back whole from wstring2string.
-            dst[k] = in[i + k];
+            dst[k] = in[k];
         }
-        sink.Commit(count);
-    }
-    sink.Flush();
+        return size;
+    });
     return out;
 }
 
 std::string wstring2string(const fn::fn_wstring& text) {
-    std::string out(text.size(), '\0');
-    char* dst = out.data();
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        dst[i] = static_cast<char>(text[i] & 0xFF);
-    }
+    std::string out;
+    out.resize_and_overwrite(text.size(), [&text](char* dst, std::size_t) {
+        for (std::size_t i = 0; i < text.size(); ++i) {
+            dst[i] = static_cast<char>(text[i] & 0xFF);
+        }
+        return text.size();
+    });
     return out;
 }
 
 std::string wstring2utf8(const fn::fn_wstring& text) {
     const utf8kernels::EncodeFn encode = utf8kernels::Active().encode;
-    constexpr std::size_t kStep = 1024; // elements a step, so that the bytes stay in cache
-    char buffer[3 * kStep + utf8kernels::kEncodeSlack];
+    constexpr std::size_t kStep = 1024; // elements a step
     std::string out;
     for (std::size_t i = 0; i < text.size(); i += kStep) {
         const std::size_t count = std::min(kStep, text.size() - i);
-        const std::size_t written = encode(text.data() + i, count, buffer);
+        const std::size_t written = out.size();
+        out.resize_and_overwrite(written + 3 * count + utf8kernels::kEncodeSlack,
+                                 [&](char* dst, std::size_t) {
+                                     return written + encode(text.data() + i, count, dst + written);
+                                 });
         if (i == 0) {
             // Sized once, from the first step's bytes per element and an
-            // eighth more: growing a large result step by step would copy it
-            // and fault in fresh pages each time.
-            out.reserve(written * (text.size() / count) + text.size() / 8 + 3 * kStep);
+            // eighth more, rather than for three bytes an element: growing a
+            // large result step by step would copy it and fault in fresh
+            // pages each time.
+            out.reserve(out.size() * (text.size() / count) + text.size() / 8 + 3 * kStep +
+                        utf8kernels::kEncodeSlack);
         }
-        out.append(buffer, written);
     }
     return out;
 }
@@ -100,21 +77,12 @@ fn::fn_wstring utf8towstring(const std::string& text) {
     const utf8kernels::DecodeFn decode = utf8kernels::Active().decode;
     const std::size_t n = text.size();
     const auto* s = reinterpret_cast<const unsigned char*>(text.data());
-    // Decoded in place, a step at a time: zero-filling a step that stays in
-    // cache and writing over it costs less than appending small pieces to a
-    // large result, whose fresh pages then fault one by one.
-    constexpr std::size_t kStep = 65536; // bytes a step; never more elements than bytes
     fn::fn_wstring out;
-    out.reserve(n + utf8kernels::kDecodeSlack);
-    std::size_t count = 0;
-    utf8kernels::DecodeResult step{0, 0, false};
-    while (!step.ended && step.next < n) {
-        const std::size_t limit = std::min(n, step.next + kStep);
-        out.resize(count + (limit - step.next) + utf8kernels::kDecodeSlack);
-        step = decode(s, n, step.next, limit, out.data() + count);
-        count += step.count;
-    }
-    out.resize(count);
+    // Never more elements than bytes.
+    out.resize_and_overwrite(n + utf8kernels::kDecodeSlack, [&](wchar_t* dst, std::size_t) {
+        const utf8kernels::DecodeResult result = decode(s, n, 0, n, dst);
+        return result.count;
+    });
     return out;
 }
 

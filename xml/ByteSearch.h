@@ -12,16 +12,17 @@ namespace xmlsearch {
 constexpr std::size_t kNotFound = std::string::npos;
 
 // The first occurrence of `key` in `text` at or after `from`; an empty key is
-// found at `from`. kNotFound when there is none.
-inline std::size_t Find(const std::string& text, const std::string& key, std::size_t from) {
+// found at `from`. kNotFound when there is none. Scans that search many
+// times pass the kernel in use, fetched once.
+inline std::size_t Find(const std::string& text, const std::string& key, std::size_t from,
+                        xmlscan::FindFn kernel = xmlscan::Active().find) {
     if (from > text.size()) {
         return kNotFound;
     }
     if (key.empty()) {
         return from;
     }
-    const std::size_t hit =
-        xmlscan::Active().find(text.data(), text.size(), from, key.data(), key.size());
+    const std::size_t hit = kernel(text.data(), text.size(), from, key.data(), key.size());
     return hit == xmlscan::kNotFound ? kNotFound : hit;
 }
 

@@ -25,6 +25,20 @@ struct Avx512 {
     static std::size_t Count(std::uint64_t /*bits*/, std::uint64_t mask) {
         return _mm_popcnt_u64(mask);
     }
+    // The positions come from two compress instructions, thirty-two 16-bit
+    // lanes each, instead of a loop over the bits.
+    static void List(std::uint64_t mask, std::uint16_t offset, std::uint16_t* positions) {
+        const __m512i lanes = _mm512_add_epi16(
+            _mm512_set_epi16(31, 30, 29, 28, 27, 26, 25, 24, 23, 22, 21, 20, 19, 18, 17, 16, 15, 14,
+                             13, 12, 11, 10, 9, 8, 7, 6, 5, 4, 3, 2, 1, 0),
+            _mm512_set1_epi16(static_cast<short>(offset)));
+        const auto low = static_cast<__mmask32>(mask);
+        const auto high = static_cast<__mmask32>(mask >> 32);
+        _mm512_storeu_si512(positions, _mm512_maskz_compress_epi16(low, lanes));
+        _mm512_storeu_si512(
+            positions + _mm_popcnt_u32(low),
+            _mm512_maskz_compress_epi16(high, _mm512_add_epi16(lanes, _mm512_set1_epi16(32))));
+    }
     // By nibbles, as in the AVX2 version: & " ' are 0x2_, < > 0x3_, CR LF
     // 0x0_, and each high nibble has its own bit that the low nibble's entry
     // must share.

@@ -18,6 +18,7 @@
 
 #include <cstdint>
 #include <cstring>
+#include <type_traits>
 
 #include "xml/ReferenceScan.h"
 
@@ -48,6 +49,37 @@ template <typename V> void CopyRun(const char* from, std::size_t length, char* t
     }
 }
 
+// Whether `V` has `V::List(mask, offset, positions)`, which writes `offset`
+// plus the index of each bit set in `mask`, in order, and may write up to
+// 64 entries.
+template <typename V, typename = void> constexpr bool kListsPositions = false;
+template <typename V> constexpr bool kListsPositions<V, std::void_t<decltype(&V::List)>> = true;
+
+// Writes `offset` plus the index of each of the `found` bits set in `mask`,
+// in order, to `positions`, which has room for 64 entries.
+template <typename V>
+void ListPositions(std::uint64_t mask, std::size_t found, std::uint16_t offset,
+                   std::uint16_t* positions) {
+    if constexpr (kListsPositions<V>) {
+        V::List(mask, offset, positions);
+    } else {
+        // The first few steps are taken whatever `found` is: a loop that ends
+        // at `found` alone would mispredict its end on most blocks.
+        constexpr std::size_t kSteps = V::kWidth / 16 + 1; // more in a block are rare
+        const auto list = [&](std::size_t s) {
+            const std::size_t k = __builtin_ctzll(mask | (std::uint64_t{1} << 63));
+            positions[s] = static_cast<std::uint16_t>(offset + k);
+            mask &= mask - 1;
+        };
+        for (std::size_t s = 0; s < kSteps; ++s) {
+            list(s);
+        }
+        for (std::size_t s = kSteps; s < found; ++s) {
+            list(s);
+        }
+    }
+}
+
 // Two passes over spans of the text: the first lists where the bytes that
 // need escaping are, the second copies the runs between them and puts in
 // the escapes. Both do the same few steps for almost every block or byte,
@@ -56,7 +88,6 @@ template <typename V>
 std::size_t Escape(const char* in, std::size_t n, std::size_t readable, char* out) {
     constexpr std::size_t kWidth = V::kWidth;
     constexpr std::size_t kSpan = 1024;
-    constexpr std::size_t kSteps = kWidth / 16 + 1; // more specials in a block are rare
     // Runs are copied in whole vectors: the spans end two vectors before the
     // end of what may be read.
     const std::size_t room = readable >= 2 * kWidth ? readable - 2 * kWidth : 0;
@@ -67,21 +98,11 @@ std::size_t Escape(const char* in, std::size_t n, std::size_t readable, char* ou
         const std::size_t end = base + kSpan < covered ? base + kSpan : covered;
         std::size_t count = 0;
         for (std::size_t b = base; b < end; b += kWidth) {
-            __builtin_prefetch(in + b + 2 * kSpan); // the prefetcher alone falls behind
+            __builtin_prefetch(in + b + 4 * kSpan); // the prefetcher alone falls behind
             const auto specials = V::Specials(V::Load(in + b));
-            std::uint64_t mask = V::Mask(specials);
+            const std::uint64_t mask = V::Mask(specials);
             const std::size_t found = V::Count(specials, mask);
-            const auto list = [&](std::size_t s) {
-                const std::size_t k = __builtin_ctzll(mask | (std::uint64_t{1} << 63));
-                positions[count + s] = static_cast<std::uint16_t>(b - base + k);
-                mask &= mask - 1;
-            };
-            for (std::size_t s = 0; s < kSteps; ++s) {
-                list(s);
-            }
-            for (std::size_t s = kSteps; s < found; ++s) {
-                list(s);
-            }
+            ListPositions<V>(mask, found, static_cast<std::uint16_t>(b - base), positions + count);
             count += found;
         }
         std::size_t run = base;
@@ -205,6 +226,40 @@ template <typename V> std::size_t Remove(const char* in, std::size_t n, char* ou
     return (w - out) + RemoveScalar(in + done, n - done, w);
 }
 
+// The `T`-sized word at `p`.
+template <typename T> T WordAt(const char* p) {
+    T word;
+    std::memcpy(&word, p, sizeof word);
+    return word;
+}
+
+// Whether the `length` bytes at `a` and `b` are the same. Keys are short, and
+// a library call for each candidate would cost more than the comparison
+// (and make the caller save its vectors around it): eight bytes at a time,
+// the last word overlapping the one before.
+inline bool SameBytes(const char* a, const char* b, std::size_t length) {
+    if (length >= 8) {
+        for (std::size_t k = 0; k + 8 < length; k += 8) {
+            if (WordAt<std::uint64_t>(a + k) != WordAt<std::uint64_t>(b + k)) {
+                return false;
+            }
+        }
+        const std::size_t last = length - 8;
+        return WordAt<std::uint64_t>(a + last) == WordAt<std::uint64_t>(b + last);
+    }
+    if (length >= 4) {
+        const std::size_t last = length - 4;
+        return WordAt<std::uint32_t>(a) == WordAt<std::uint32_t>(b) &&
+               WordAt<std::uint32_t>(a + last) == WordAt<std::uint32_t>(b + last);
+    }
+    for (std::size_t k = 0; k < length; ++k) {
+        if (a[k] != b[k]) {
+            return false;
+        }
+    }
+    return true;
+}
+
 // Candidates are the positions where the key's first and last bytes both
 // match; only those are compared in full.
 template <typename V>
@@ -218,7 +273,7 @@ std::size_t Find(const char* text, std::size_t n, std::size_t from, const char* 
             V::And(V::Eq(V::Load(text + i), first), V::Eq(V::Load(text + i + length - 1), last)));
         while (mask != 0) {
             const std::size_t k = __builtin_ctzll(mask);
-            if (std::memcmp(text + i + k + 1, key + 1, length < 2 ? 0 : length - 2) == 0) {
+            if (SameBytes(text + i + k + 1, key + 1, length < 2 ? 0 : length - 2)) {
                 return i + k;
             }
             mask &= mask - 1;

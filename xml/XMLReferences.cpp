@@ -15,37 +15,12 @@
 
 namespace {
 
-// Runs a kernel that never grows the text from `text` into `result`.
-bool Shrink(const std::string& text, std::string& result, xmlscan::DecodeFn kernel) {
+// Runs a kernel that never grows the text from the `n` bytes at `in` (at
+// least one) into `result`, written once and never zero-filled first.
+void Shrink(const char* in, std::size_t n, std::string& result, xmlscan::DecodeFn kernel) {
     result.clear();
-    if (text.empty()) {
-        return false;
-    }
-    result.resize(text.size() + xmlscan::kSlack);
-    result.resize(kernel(text.data(), text.size(), result.data()));
-    return true;
-}
-
-// Decodes the entity references of the `n` bytes at `in` (at least one)
-// into `result`, a step at a time through a buffer that stays in cache: one
-// pass over `result`'s memory, where sizing it first would zero-fill it too.
-void DecodeEntities(const char* in, std::size_t n, std::string& result) {
-    const xmlscan::DecodeFn decode = xmlscan::Active().decode;
-    constexpr std::size_t kStep = 32768;
-    constexpr std::size_t kLongest = 10; // "&amp;apos;"
-    char buffer[kStep + xmlscan::kSlack];
-    result.clear();
-    result.reserve(n);
-    for (std::size_t i = 0; i < n;) {
-        std::size_t end = n - i <= kStep ? n : i + kStep;
-        // A step ends before an "&" among its last bytes, so that no
-        // reference is cut in two.
-        if (const void* amp = end < n ? std::memchr(in + end - kLongest, '&', kLongest) : nullptr) {
-            end = static_cast<const char*>(amp) - in;
-        }
-        result.append(buffer, decode(in + i, end - i, buffer));
-        i = end;
-    }
+    result.resize_and_overwrite(n + xmlscan::kSlack,
+                                [&](char* out, std::size_t) { return kernel(in, n, out); });
 }
 
 } // namespace
@@ -62,7 +37,7 @@ bool XMLUtility::ConvertStringReferenceToUTF8(const std::string& text, std::stri
     if (size == 0) {
         return false;
     }
-    DecodeEntities(withoutCharacters.get(), size, result);
+    Shrink(withoutCharacters.get(), size, result, xmlscan::Active().decode);
     return true;
 }
 
@@ -72,7 +47,12 @@ bool XMLUtility::ConvertStringReferenceToUTF8(const std::string& text, std::stri
 // entity step), so the scan does not compute them.
 bool XMLUtility::ConvertStringCharacterReferenceToUTF8(const std::string& text,
                                                        std::string& result) {
-    return Shrink(text, result, xmlscan::Active().remove);
+    result.clear();
+    if (text.empty()) {
+        return false;
+    }
+    Shrink(text.data(), text.size(), result, xmlscan::Active().remove);
+    return true;
 }
 
 bool XMLUtility::ConvertStringEntityReferenceToUTF8(const std::string& text, std::string& result) {
@@ -80,7 +60,7 @@ bool XMLUtility::ConvertStringEntityReferenceToUTF8(const std::string& text, std
     if (text.empty()) {
         return false;
     }
-    DecodeEntities(text.data(), text.size(), result);
+    Shrink(text.data(), text.size(), result, xmlscan::Active().decode);
     return true;
 }
 
@@ -99,21 +79,19 @@ bool XMLUtility::ConvertStringUTF8ToEntityReference(const std::string& text, std
     if (text.empty()) {
         return false;
     }
-    // Escaped in place a step at a time, the result kept sized for the
-    // step's worst case: each step zero-fills only as much as the step before
-    // wrote, which is in cache when this step writes over it. Cheaper than
-    // copying each step's output in, and never sized for the whole text's
-    // worst case.
+    // Escaped a step at a time into a result reserved for the usual case,
+    // never sized for the whole text's worst case, and never zero-filled.
     const xmlscan::EscapeFn escape = xmlscan::Active().escape;
     constexpr std::size_t kStep = 4096;
     result.reserve(text.size() + text.size() / 8 + 6 * kStep + xmlscan::kSlack);
-    std::size_t written = 0;
     for (std::size_t i = 0; i < text.size(); i += kStep) {
         const std::size_t count = std::min(kStep, text.size() - i);
-        result.resize(written + 6 * count + xmlscan::kSlack);
-        written += escape(text.data() + i, count, text.size() - i, result.data() + written);
+        const std::size_t written = result.size();
+        result.resize_and_overwrite(
+            written + 6 * count + xmlscan::kSlack, [&](char* out, std::size_t) {
+                return written + escape(text.data() + i, count, text.size() - i, out + written);
+            });
     }
-    result.resize(written);
     return true;
 }
 

@@ -34,14 +34,15 @@ void ScanValues(const std::string& text, const std::string& open, const std::str
     if (TooShort(text, open, close) || (open.empty() && close.empty())) {
         return; // two empty keys would never move on
     }
+    const xmlscan::FindFn kernel = xmlscan::Active().find;
     std::size_t pos = 0;
     while (pos < text.size()) {
-        const std::size_t found = Find(text, open, pos);
+        const std::size_t found = Find(text, open, pos, kernel);
         if (found == kNotFound) {
             return;
         }
         const std::size_t start = found + open.size();
-        const std::size_t end = Find(text, close, start);
+        const std::size_t end = Find(text, close, start, kernel);
         if (end == kNotFound) {
             return;
         }

@@ -11,7 +11,7 @@ out="${TMPDIR:-/tmp}/quorvel-arm64-kernels.$$"
 mkdir -p "$out"
 trap 'rm -rf --one-file-system "$out"' EXIT
 
-cxx=(aarch64-linux-gnu-g++ -std=c++17 -O2 -g -static -I. -Wall -Wextra)
+cxx=(aarch64-linux-gnu-g++ -std=c++23 -O2 -g -static -I. -Wall -Wextra)
 kernels=(utils/KernelChoice.cpp utils/Utf8Kernels.cpp utils/Utf8KernelsNeon.cpp)
 scans=(xml/ReferenceScan.cpp xml/ReferenceScanNeon.cpp xml/XMLReferences.cpp xml/XMLUtility.cpp)
 

@@ -4,7 +4,8 @@
 #   - Debian 13 x86-64: the README's two commands, scripts/run.sh and
 #     scripts/test.sh (no compiler warnings);
 #   - Debian 12 arm64: the cross build (app included, no warnings), every test
-#     under qemu-user, and the arm64 packages (cross dpkg-buildpackage, lintian).
+#     and the differential fuzz targets under qemu-user, and the arm64 packages
+#     (cross dpkg-buildpackage, lintian).
 # Run as root on Debian 12. The base systems are cached as tarballs in
 # /var/cache/quorvel-platforms, keyed by release, architectures and package
 # list; each run unpacks a fresh one. Every mount is undone and the chroots
@@ -186,6 +187,9 @@ arm64() {
     count="$(sed -n 's/.*tests passed, 0 tests failed out of \([0-9]*\).*/\1/p' "$root/ctest.log")"
     [ -n "$count" ] || exit 1
     counts+=("Debian 12 arm64: tests: $count passed, 0 failed")
+    step_done
+    step "Debian 12 arm64: the differential fuzz targets under qemu-user, every kernel forced"
+    in_root "$root" "bash scripts/arm64-kernels.sh"
     step_done
     step "Debian 12 arm64: packages (cross dpkg-buildpackage -a arm64, lintian)"
     in_root "$root" "bash scripts/test-packages.sh --host-arch arm64"

@@ -25,6 +25,9 @@ std::string AttributeKey(const std::string& name) {
     return name + "=\"";
 }
 
+// How far ahead of the scan the text is fetched into the cache.
+constexpr std::size_t kPrefetchAhead = 1024;
+
 // Calls `take(found, start, end)` for each value between `open` (found at
 // `found`, value from `start`) and the first `close` behind it (at `end`),
 // until a search fails or `take` returns false.
@@ -50,6 +53,11 @@ void ScanValues(const std::string& text, const std::string& open, const std::str
             return;
         }
         pos = end + close.size();
+        // Values are short and close together: the searches then wait on
+        // memory more than they compare, unless the text ahead is on its way.
+        if (pos + kPrefetchAhead < text.size()) {
+            __builtin_prefetch(text.data() + pos + kPrefetchAhead);
+        }
     }
 }
 

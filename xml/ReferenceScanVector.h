@@ -121,11 +121,17 @@ std::size_t Escape(const char* in, std::size_t n, std::size_t readable, char* ou
     return (w - out) + EscapeScalar(in + covered, n - covered, n - covered, w);
 }
 
+// The `T`-sized word at `p`.
+template <typename T> T WordAt(const char* p) {
+    T word;
+    std::memcpy(&word, p, sizeof word);
+    return word;
+}
+
 // The first `bytes` bytes at `p` (eight readable) as a number, the first
 // byte lowest.
 inline std::uint64_t Word(const char* p, unsigned bytes) {
-    std::uint64_t word;
-    std::memcpy(&word, p, 8);
+    const auto word = WordAt<std::uint64_t>(p);
     return bytes == 8 ? word : word & ((std::uint64_t{1} << (8 * bytes)) - 1);
 }
 
@@ -224,13 +230,6 @@ template <typename V> std::size_t Remove(const char* in, std::size_t n, char* ou
         }
     }
     return (w - out) + RemoveScalar(in + done, n - done, w);
-}
-
-// The `T`-sized word at `p`.
-template <typename T> T WordAt(const char* p) {
-    T word;
-    std::memcpy(&word, p, sizeof word);
-    return word;
 }
 
 // Whether the `length` bytes at `a` and `b` are the same. Keys are short, and
